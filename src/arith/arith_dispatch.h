@@ -1,0 +1,17 @@
+// Image-to-image arithmetic: processes 1 add, 2 subtract, 3 divide, 4 multiply.
+#pragma once
+
+#include <cstdint>
+
+#include "core/status.h"
+#include "qmath/qmath.h"
+
+namespace qm {
+
+// Checks the three descriptors in order (destination, operand 1, operand 2 missing: MissingImage;
+// any count below 1: MissingImage; counts differ: CountMismatch; operand types outside 1 to 8:
+// UnsupportedType), then runs the pair routine of the two operand types.
+Status ArithDispatch(int32_t op, const QmdDataStruct* dst, const QmdDataStruct* op1,
+                     const QmdDataStruct* op2) noexcept;
+
+}  // namespace qm

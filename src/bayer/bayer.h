@@ -1,0 +1,37 @@
+// Colour reconstruction from Bayer mosaics.
+#pragma once
+
+#include <cstdint>
+
+#include "core/status.h"
+#include "qmath/qmath.h"
+
+namespace qm {
+
+// 2 x 2 binning of a 16-bit mosaic into half-size colour.
+Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t shift) noexcept;
+
+// The raw-pointer variant of the simple reconstruction's first row.
+Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples,
+                           uint32_t pitch, uint16_t shift) noexcept;
+
+// Parameters of the interpolating reconstruction; channel order red, green, blue.
+struct BayerParams {
+    uint16_t shift = 0;
+    double gain[3] = {0.0, 0.0, 0.0};
+    int32_t offset[3] = {0, 0, 0};
+    uint16_t phase = 0;
+};
+
+// Bilinear reconstruction of a mosaic of samples of type Sample (uint8_t, uint16_t, int16_t,
+// uint32_t, int32_t) into full-size colour.
+template <class Sample>
+Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept;
+
+extern template Status BayerInterpolate<uint8_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+extern template Status BayerInterpolate<uint16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+extern template Status BayerInterpolate<int16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+extern template Status BayerInterpolate<uint32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+extern template Status BayerInterpolate<int32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+
+}  // namespace qm

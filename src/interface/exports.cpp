@@ -1,0 +1,131 @@
+// The exported entry points: a thin shell that unpacks the handle and arguments, calls the
+// module's C++ and turns its status into a QmeErrorCode. Nothing here throws; no exception
+// leaves the library. Output pointers that are null are skipped, never written.
+#include <cstring>
+
+#include "bayer/bayer.h"
+#include "interface/identity.h"
+#include "interface/instance_table.h"
+#include "interface/processing.h"
+#include "interface/selection.h"
+#include "qmath/qmath.h"
+
+using qm::Status;
+using qm::ToErrorCode;
+
+namespace {
+
+template <class T> void Put(T* out, T value) noexcept {
+    if (out != nullptr) *out = value;
+}
+
+QmeErrorCode BayerMember(auto member, QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1, double g2,
+                         double g3, int32_t o1, int32_t o2, int32_t o3, uint16_t phase) noexcept {
+    qm::BayerParams params;
+    params.shift = shift;
+    params.gain[0] = g1;
+    params.gain[1] = g2;
+    params.gain[2] = g3;
+    params.offset[0] = o1;
+    params.offset[1] = o2;
+    params.offset[2] = o3;
+    params.phase = phase;
+    return ToErrorCode(member(dst, src, params));
+}
+
+}  // namespace
+
+extern "C" {
+
+QM_API QmeErrorCode QM_CALL GetDeviceCount(uint32_t* count) {
+    Put(count, qm::kDeviceCount);
+    return qmeSuccess;
+}
+
+QM_API QmeErrorCode QM_CALL GetDeviceID(char* name, uint32_t* id1, uint32_t* id2, uint32_t /*reserved*/) {
+    if (name != nullptr) std::memcpy(name, qm::kDeviceName, sizeof(qm::kDeviceName));
+    Put(id1, qm::kDeviceId1);
+    Put(id2, qm::kDeviceId2);
+    return qmeSuccess;
+}
+
+QM_API QmeErrorCode QM_CALL MathVerOfDLL(uint32_t /*reserved*/, uint32_t* major, uint32_t* minor, uint32_t* build,
+                                         uint32_t* revision) {
+    Put(major, qm::kVersion[0]);
+    Put(minor, qm::kVersion[1]);
+    Put(build, qm::kVersion[2]);
+    Put(revision, qm::kVersion[3]);
+    return qmeSuccess;
+}
+
+QM_API QmeErrorCode QM_CALL MathCreate(uint32_t /*reserved*/, uint32_t tag, QmHandle* handle) {
+    return ToErrorCode(qm::CreateInstance(tag, handle));
+}
+
+QM_API QmeErrorCode QM_CALL MathDelete(QmHandle handle) {
+    qm::DeleteInstance(handle);
+    return qmeSuccess;
+}
+
+QM_API QmeErrorCode QM_CALL MathReset(QmHandle handle) {
+    qm::InstanceFor(handle).nFrameCounter = 0;
+    return qmeSuccess;
+}
+
+QM_API QmeErrorCode QM_CALL MathSetProcess(QmHandle handle, int32_t code, uint8_t on) {
+    return ToErrorCode(qm::SetProcess(qm::InstanceFor(handle), code, on));
+}
+
+QM_API QmeErrorCode QM_CALL MathSetConstant(QmHandle handle, int32_t code, double value) {
+    return ToErrorCode(qm::SetConstant(qm::InstanceFor(handle), code, value));
+}
+
+QM_API QmeErrorCode QM_CALL MathSetData(QmHandle handle, int32_t code, QmdDataStruct* image) {
+    return ToErrorCode(qm::SetData(qm::InstanceFor(handle), code, image));
+}
+
+QM_API QmeErrorCode QM_CALL MathProcessData(QmHandle handle, QmdDataStruct* image) {
+    return ToErrorCode(qm::ProcessData(qm::InstanceFor(handle), image));
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerSimple(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift) {
+    return ToErrorCode(qm::BayerSimple(dst, src, shift));
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolate(QmdRgbTriple* out, uint32_t width, uint32_t height,
+                                                 const uint16_t* samples, uint32_t pitch, uint32_t /*reserved*/,
+                                                 uint16_t shift) {
+    return ToErrorCode(qm::BayerInterpolateRaw(out, width, height, samples, pitch, shift));
+}
+
+}  // extern "C"
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolateU8(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
+                                                   double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
+                                                   int16_t /*reserved*/, uint16_t phase) {
+    return BayerMember(qm::BayerInterpolate<uint8_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolateU16(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
+                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
+                                                    int16_t /*reserved*/, uint16_t phase) {
+    return BayerMember(qm::BayerInterpolate<uint16_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolateI16(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
+                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
+                                                    int16_t /*reserved*/, uint16_t phase) {
+    return BayerMember(qm::BayerInterpolate<int16_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolateU32(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
+                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
+                                                    int16_t /*reserved*/, uint16_t phase) {
+    return BayerMember(qm::BayerInterpolate<uint32_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
+}
+
+QM_API QmeErrorCode QM_CALL MathBayerInterpolateI32(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
+                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
+                                                    int16_t /*reserved*/, uint16_t phase) {
+    return BayerMember(qm::BayerInterpolate<int32_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
+}
