@@ -21,6 +21,7 @@
 #include "bayer/channel_rule.h"
 #include "bayer/mosaic_arith.h"
 #include "core/cpu.h"
+#include "core/element_types.h"
 
 namespace qm {
 namespace {
@@ -233,6 +234,8 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
         return Status::MissingImage;
     const int64_t w = src->nWidth, h = src->nHeight;
     if (w == 0 || h == 0) return Status::MissingImage;  // an empty mosaic
+    // A descriptor whose elements are narrower than the member's samples describes too few bytes.
+    if (ElementSize(src->eType) < sizeof(Sample)) return Status::UnsupportedType;
     const int64_t rows = h >= 3 ? h - 1 : 1;
     const uint64_t needed = static_cast<uint64_t>(rows) * static_cast<uint64_t>(std::max<int64_t>(w, 2));
     if (needed > static_cast<uint64_t>(dst->nWidth) * dst->nHeight) return Status::CountMismatch;

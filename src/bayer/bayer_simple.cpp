@@ -8,6 +8,7 @@
 
 #include "bayer/bayer.h"
 #include "core/cpu.h"
+#include "core/element_types.h"
 
 namespace qm {
 namespace {
@@ -43,7 +44,7 @@ private:
 // Output row y bins source rows 2y and 2y + 1; the cell of output column x starts at source column
 // 2x. Positions are element indices r * S + c of the source (S its row length), so a destination
 // wider than half the source reads on into the next row, and whatever lies past the source's
-// nWidth x nHeight elements reads as 0.
+// nWidth x nHeight elements (of the size its type gives) reads as 0.
 Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t shift) noexcept {
     if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr)
         return Status::MissingImage;
@@ -51,7 +52,9 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     const uint32_t height = dst->nHeight;
     if (height <= 1) return Status::Ok;  // the last output row is never written
     const int64_t stride = src->nWidth;
-    const BoundedSamples sample(static_cast<const uint16_t*>(src->pData), static_cast<uint64_t>(stride) * src->nHeight);
+    // The samples are 16-bit whatever the source's type says; only the bytes it describes are read.
+    const uint64_t bytes = static_cast<uint64_t>(stride) * src->nHeight * ElementSize(src->eType);
+    const BoundedSamples sample(static_cast<const uint16_t*>(src->pData), bytes / sizeof(uint16_t));
     uint8_t* out = static_cast<uint8_t*>(dst->pData);
     for (uint32_t y = 0; y + 1 < height; ++y) {
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;

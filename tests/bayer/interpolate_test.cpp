@@ -165,6 +165,7 @@ TEST(BayerInterpolate, RefusalsWriteNothing) {
         {"null source", false, false, true, false, 5, 4, 5, 4, qmeMissingImage},
         {"null source data", false, false, false, true, 5, 4, 5, 4, qmeMissingImage},
         {"empty source", false, false, false, false, 0, 4, 5, 4, qmeMissingImage},
+        {"source type narrower than the samples", false, false, false, false, 5, 4, 5, 4, qmeUnsupportedType},
         {"one pixel short", false, false, false, false, 5, 4, 14, 1, qmeCountMismatch},
         {"empty destination", false, false, false, false, 5, 4, 5, 0, qmeCountMismatch},
         {"W = 1 needs two pixels per row", false, false, false, false, 1, 4, 5, 1, qmeCountMismatch},
@@ -175,7 +176,8 @@ TEST(BayerInterpolate, RefusalsWriteNothing) {
     for (const Case& c : cases) {
         std::vector<uint8_t> out(3 * 40, kGuard);
         QmdDataStruct dst{c.nullDstData ? nullptr : out.data(), c.dstW, c.dstH, qmeTypeU16, 1, {}};
-        QmdDataStruct src{c.nullSrcData ? nullptr : mosaic.data(), c.srcW, c.srcH, qmeTypeI16, 1, {}};
+        const int32_t type = c.expected == qmeUnsupportedType ? qmeTypeU8 : qmeTypeI16;
+        QmdDataStruct src{c.nullSrcData ? nullptr : mosaic.data(), c.srcW, c.srcH, type, 1, {}};
         EXPECT_EQ(MathBayerInterpolateI16(c.nullDst ? nullptr : &dst, c.nullSrc ? nullptr : &src, 1, 1.0, 1.0, 1.0, 0, 0,
                                           0, 0, 2),
                   c.expected)

@@ -72,6 +72,17 @@ TEST(BayerSimple, MatchesReferenceAndWritesNothingElse) {
     EXPECT_EQ(out, std::vector<uint8_t>(12, kGuard));
 }
 
+// The samples are 16-bit whatever the type, but only the bytes the descriptor describes are read.
+TEST(BayerSimple, ReadsOnlyTheBytesOfANarrowerType) {
+    std::vector<uint16_t> mosaic = Counting(16);
+    std::vector<uint8_t> out(27 + 3, kGuard);
+    QmdDataStruct src = qmtest::Describe(mosaic, 4, 4, qmeTypeU8);  // 16 bytes: samples 0 to 7
+    QmdDataStruct dst = qmtest::Describe(out, 3, 3, qmeTypeRgb24);
+    ASSERT_EQ(MathBayerSimple(&dst, &src, 0), qmeSuccess);
+    const uint8_t G = kGuard;
+    EXPECT_EQ(out, (std::vector<uint8_t>{4, 2, 1, 6, 4, 3, 0, 2, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, G, G, G, G, G, G, G, G, G, G, G, G}));
+}
+
 TEST(BayerInterpolateRaw, Cases) {
     // Samples in[i] = 10 + i, pitch 6.
     struct Case {
