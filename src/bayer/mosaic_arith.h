@@ -27,26 +27,20 @@ template <class Sample> struct MosaicArith {
     static constexpr int32_t kHigh = std::numeric_limits<Sample>::max();
 };
 
-template <> struct MosaicArith<int32_t> {
-    using Sum = int32_t;
-    QM_INLINE static Sum Read(int32_t s) noexcept { return s; }
+// 32-bit samples: sums wrap at 32 bits; the division is the type's own (toward zero for int32).
+template <class Word> struct WrappingArith {
+    using Sum = Word;
+    QM_INLINE static Sum Read(Word s) noexcept { return s; }
     QM_INLINE static Sum Add(Sum a, Sum b) noexcept {
-        return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+        return static_cast<Word>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
     }
-    template <int Divisor> QM_INLINE static Sum Divide(Sum a) noexcept { return a / Divisor; }
-    QM_INLINE static int32_t Value(Sum s) noexcept { return s; }
-    static constexpr int32_t kLow = std::numeric_limits<int32_t>::min();
-    static constexpr int32_t kHigh = std::numeric_limits<int32_t>::max();
-};
-
-template <> struct MosaicArith<uint32_t> {
-    using Sum = uint32_t;
-    QM_INLINE static Sum Read(uint32_t s) noexcept { return s; }
-    QM_INLINE static Sum Add(Sum a, Sum b) noexcept { return a + b; }
-    template <int Divisor> QM_INLINE static Sum Divide(Sum a) noexcept { return a / Divisor; }
+    template <int Divisor> QM_INLINE static Sum Divide(Sum a) noexcept { return a / static_cast<Word>(Divisor); }
     QM_INLINE static int32_t Value(Sum s) noexcept { return static_cast<int32_t>(s); }
     static constexpr int32_t kLow = std::numeric_limits<int32_t>::min();
     static constexpr int32_t kHigh = std::numeric_limits<int32_t>::max();
 };
+
+template <> struct MosaicArith<int32_t> : WrappingArith<int32_t> {};
+template <> struct MosaicArith<uint32_t> : WrappingArith<uint32_t> {};
 
 }  // namespace qm
