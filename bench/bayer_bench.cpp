@@ -1,0 +1,52 @@
+// Colour reconstruction of 2048 x 2048 mosaics: the interpolating member through process 2001 and
+// the 2 x 2 binning through process 2000. Bytes are the mosaic read plus the colour written.
+#include "frame.h"
+
+namespace {
+
+struct Instance {
+    QmHandle handle = 0;
+    Instance() { MathCreate(0, 0, &handle); }
+    ~Instance() { MathDelete(handle); }
+};
+
+template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
+    const bool shifted = state.range(0) != 0;
+    qmbench::Frame mosaic(Type), image(qmeTypeRgb24);
+    Instance instance;
+    MathSetProcess(instance.handle, qmeProcessBayerInterpolate, 1);
+    MathSetConstant(instance.handle, qmeProcessBayerInterpolate, shifted ? 4.0 : 0.0);
+    for (int32_t code : {qmeConstBayerGainRed, qmeConstBayerGainGreen, qmeConstBayerGainBlue})
+        MathSetConstant(instance.handle, code, 0.9);
+    MathSetConstant(instance.handle, qmeConstBayerPhase, 2.0);
+    MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
+    for (auto _ : state) {
+        MathProcessData(instance.handle, image.desc());
+        benchmark::ClobberMemory();
+    }
+    const int64_t pixels = int64_t{qmbench::kSide} * (qmbench::kSide - 1);
+    state.SetItemsProcessed(state.iterations() * pixels);
+    qmbench::SetBytes(state, mosaic.bytes() + static_cast<size_t>(pixels) * 3);
+}
+BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+template <int32_t Type> void BM_BayerSimple(benchmark::State& state) {
+    qmbench::Frame mosaic(Type), image(qmeTypeRgb24, qmbench::kSide / 2, qmbench::kSide / 2);
+    Instance instance;
+    MathSetProcess(instance.handle, qmeProcessBayerSimple, 1);
+    MathSetConstant(instance.handle, qmeProcessBayerSimple, 4.0);
+    MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
+    for (auto _ : state) {
+        MathProcessData(instance.handle, image.desc());
+        benchmark::ClobberMemory();
+    }
+    // Output rows 0 to 1022 bin source rows 0 to 2045.
+    const int64_t pixels = int64_t{qmbench::kSide / 2} * (qmbench::kSide / 2 - 1);
+    state.SetItemsProcessed(state.iterations() * pixels);
+    qmbench::SetBytes(state, static_cast<size_t>(pixels) * (4 * 2 + 3));
+}
+// The binning reads 16-bit samples whatever the descriptor's type says.
+BENCHMARK(BM_BayerSimple<qmeTypeU16>)->Unit(benchmark::kMicrosecond);
+
+}  // namespace

@@ -1,0 +1,270 @@
+// Bilinear reconstruction of a mosaic into full-size colour, one template over the sample type.
+//
+// Geometry. Output pixels are written contiguously from the start of the destination: output row
+// 0 from source row 0, then rows 1 to H - 2 from the source rows of the same number; the last
+// row is never written (H of 1 or 2 writes row 0 only). Every row writes its column 0, its
+// interior columns 1 to W - 2 and its last column W - 1 as separate pixels, so a 1-sample-wide
+// mosaic gives two pixels per row and W of 2 or more gives W.
+//
+// Sampling. S_r[j] is the element r * W + j of the source: an index past a row's end reads on into
+// the next row (the edge column reads one sample past its row), and an index outside the source's
+// W x H elements (below 0, or past the last row) reads as 0.
+//
+// Row 0 and the edge columns assume the layout G B / R G whatever the phase; the interior follows
+// the phase 1 to 4, and any other phase repeats the row's column-0 pixel across the interior.
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "bayer/bayer.h"
+#include "bayer/channel_rule.h"
+#include "bayer/mosaic_arith.h"
+#include "core/cpu.h"
+#include "core/element_types.h"
+
+namespace qm {
+namespace {
+
+// Native colour of an interior position. GreenR is green in a row whose other samples are red,
+// GreenB green in a row whose other samples are blue.
+enum class Native { Red, Blue, GreenR, GreenB };
+
+// Interior layout of a row: the native colours of its odd and even columns, or Repeat.
+enum class RowLayout : uint8_t { GreenRRed, BlueGreenB, GreenBBlue, RedGreenR, Repeat };
+
+// [phase][row parity] -> layout of the row's interior.
+constexpr RowLayout kLayouts[5][2] = {
+    {RowLayout::Repeat, RowLayout::Repeat},
+    {RowLayout::GreenRRed, RowLayout::BlueGreenB},  // 1: R G / G B
+    {RowLayout::BlueGreenB, RowLayout::GreenRRed},  // 2: G B / R G
+    {RowLayout::GreenBBlue, RowLayout::RedGreenR},  // 3: B G / G R
+    {RowLayout::RedGreenR, RowLayout::GreenBBlue},  // 4: G R / B G
+};
+
+constexpr int32_t kChunk = 256;  // pixels interpolated before the channel rule runs over them
+
+// Interpolated values of a run of output pixels, one plane per channel.
+struct Planes {
+    alignas(64) int32_t blue[kChunk];
+    alignas(64) int32_t green[kChunk];
+    alignas(64) int32_t red[kChunk];
+    QM_INLINE void Set(int32_t k, int32_t b, int32_t g, int32_t r) noexcept {
+        blue[k] = b;
+        green[k] = g;
+        red[k] = r;
+    }
+};
+
+template <class Sample> struct Mosaic {
+    using A = MosaicArith<Sample>;
+    using Sum = typename A::Sum;
+
+    const Sample* data;
+    int64_t width, height;
+
+    const Sample* Row(int64_t r) const noexcept { return data + r * width; }
+    // S_r[j], 0 outside the source.
+    QM_INLINE Sum At(int64_t r, int64_t j) const noexcept {
+        const int64_t index = r * width + j;
+        return index >= 0 && index < width * height ? A::Read(data[index]) : Sum{0};
+    }
+};
+
+template <class Sample> using Sum = typename MosaicArith<Sample>::Sum;
+
+template <class Sample> QM_INLINE Sum<Sample> Add(Sum<Sample> a, Sum<Sample> b) noexcept { return MosaicArith<Sample>::Add(a, b); }
+template <class Sample, int D> QM_INLINE int32_t Div(Sum<Sample> a) noexcept {
+    using A = MosaicArith<Sample>;
+    return A::Value(A::template Divide<D>(a));
+}
+template <class Sample> QM_INLINE int32_t Val(Sum<Sample> a) noexcept { return MosaicArith<Sample>::Value(a); }
+
+// Row 0, output pixel k of n (n = max(W, 2)).
+template <class Sample> QM_INLINE void FirstRowPixel(const Mosaic<Sample>& m, int64_t k, int64_t n, Planes& v, int32_t at) noexcept {
+    using S = Sample;
+    if (k == 0) {
+        v.Set(at, Val<S>(m.At(0, 1)), Val<S>(m.At(0, 0)), Val<S>(m.At(1, 0)));
+    } else if (k == n - 1) {
+        const int64_t j = m.width - 1;
+        v.Set(at, Val<S>(m.At(0, j - 1)), Val<S>(m.At(0, j)), Val<S>(m.At(1, j)));
+    } else if (k % 2 == 1) {
+        v.Set(at, Val<S>(m.At(0, k)), Div<S, 3>(Add<S>(Add<S>(m.At(0, k - 1), m.At(0, k + 1)), m.At(1, k))),
+              Div<S, 2>(Add<S>(m.At(1, k - 1), m.At(1, k + 1))));
+    } else {
+        v.Set(at, Div<S, 2>(Add<S>(m.At(0, k - 1), m.At(0, k + 1))), Val<S>(m.At(0, k)), Val<S>(m.At(1, k)));
+    }
+}
+
+// Edge column j of row i >= 1 (column 0 or W - 1), in the fixed layout; j + 1 may reach the next row.
+template <class Sample> QM_INLINE void EdgePixel(const Mosaic<Sample>& m, int64_t i, int64_t j, int32_t out[3]) noexcept {
+    using S = Sample;
+    if (i % 2 == 1) {
+        out[2] = Val<S>(m.At(i, j));
+        out[0] = Div<S, 2>(Add<S>(m.At(i - 1, j + 1), m.At(i + 1, j + 1)));
+        out[1] = Div<S, 3>(Add<S>(Add<S>(m.At(i, j + 1), m.At(i - 1, j)), m.At(i + 1, j)));
+    } else {
+        out[1] = Val<S>(m.At(i, j));
+        out[2] = Div<S, 2>(Add<S>(m.At(i - 1, j), m.At(i + 1, j)));
+        out[0] = Val<S>(m.At(i, j + 1));
+    }
+}
+
+// An interior position j of a row with neighbours p (above) and n (below); every index is inside.
+template <Native K, class Sample>
+QM_INLINE void InteriorPixel(const Sample* p, const Sample* c, const Sample* n, int64_t j, Planes& v, int32_t at) noexcept {
+    using S = Sample;
+    using A = MosaicArith<Sample>;
+    const auto R = [](Sample s) { return A::Read(s); };
+    if constexpr (K == Native::Red || K == Native::Blue) {
+        const int32_t own = Val<S>(R(c[j]));
+        const int32_t cross = Div<S, 4>(Add<S>(Add<S>(R(c[j - 1]), R(c[j + 1])), Add<S>(R(p[j]), R(n[j]))));
+        const int32_t diagonal =
+            Div<S, 4>(Add<S>(Add<S>(R(p[j - 1]), R(p[j + 1])), Add<S>(R(n[j - 1]), R(n[j + 1]))));
+        if constexpr (K == Native::Red)
+            v.Set(at, diagonal, cross, own);
+        else
+            v.Set(at, own, cross, diagonal);
+    } else {
+        const int32_t own = Val<S>(R(c[j]));
+        const int32_t across = Div<S, 2>(Add<S>(R(c[j - 1]), R(c[j + 1])));
+        const int32_t vertical = Div<S, 2>(Add<S>(R(p[j]), R(n[j])));
+        if constexpr (K == Native::GreenR)
+            v.Set(at, vertical, own, across);
+        else
+            v.Set(at, across, own, vertical);
+    }
+}
+
+// Interior columns [from, to) of a row whose odd columns are Odd and even columns Even; plane
+// index = column - base. Columns go in pairs (odd, even), so the loop holds no colour test.
+template <Native Odd, Native Even, class Sample>
+QM_INLINE void InteriorRun(const Sample* p, const Sample* c, const Sample* n, int64_t from, int64_t to, int64_t base,
+                           Planes& v) noexcept {
+    int64_t j = from;
+    if (j < to && j % 2 == 0) {
+        InteriorPixel<Even>(p, c, n, j, v, static_cast<int32_t>(j - base));
+        ++j;
+    }
+    for (; j + 1 < to; j += 2) {
+        InteriorPixel<Odd>(p, c, n, j, v, static_cast<int32_t>(j - base));
+        InteriorPixel<Even>(p, c, n, j + 1, v, static_cast<int32_t>(j + 1 - base));
+    }
+    if (j < to) InteriorPixel<Odd>(p, c, n, j, v, static_cast<int32_t>(j - base));
+}
+
+// The channel rule over a run of pixels, written as blue, green, red bytes.
+template <class Rule>
+QM_INLINE void StoreRun(uint8_t* out, const Planes& v, int32_t count, const BayerChannels& ch) noexcept {
+    for (int32_t k = 0; k < count; ++k) {
+        out[3 * k + 0] = Rule::Apply(v.blue[k], ch.blue, ch.shift);
+        out[3 * k + 1] = Rule::Apply(v.green[k], ch.green, ch.shift);
+        out[3 * k + 2] = Rule::Apply(v.red[k], ch.red, ch.shift);
+    }
+}
+
+template <class Sample> struct Job {
+    Mosaic<Sample> mosaic;
+    uint8_t* out;
+    BayerChannels channels;
+    RowLayout layout[2];  // by row parity
+};
+
+template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sample>& job, Rule) noexcept {
+    const Mosaic<Sample>& m = job.mosaic;
+    const int64_t w = m.width, h = m.height;
+    const int64_t perRow = std::max<int64_t>(w, 2);
+    uint8_t* out = job.out;
+    Planes v;
+
+    for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
+        const int32_t count = static_cast<int32_t>(std::min<int64_t>(kChunk, perRow - k0));
+        for (int32_t k = 0; k < count; ++k) FirstRowPixel(m, k0 + k, perRow, v, k);
+        StoreRun<Rule>(out + 3 * k0, v, count, job.channels);
+    }
+    out += 3 * perRow;
+
+    for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
+        const Sample* p = m.Row(i - 1);
+        const Sample* c = m.Row(i);
+        const Sample* n = m.Row(i + 1);
+        int32_t first[3], last[3];
+        EdgePixel(m, i, 0, first);
+        EdgePixel(m, i, w - 1, last);
+        const RowLayout layout = job.layout[i % 2];
+        for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
+            const int64_t k1 = std::min<int64_t>(k0 + kChunk, perRow);
+            const int64_t from = std::max<int64_t>(k0, 1), to = std::min<int64_t>(k1, w - 1);
+            switch (layout) {
+                case RowLayout::GreenRRed: InteriorRun<Native::GreenR, Native::Red>(p, c, n, from, to, k0, v); break;
+                case RowLayout::BlueGreenB: InteriorRun<Native::Blue, Native::GreenB>(p, c, n, from, to, k0, v); break;
+                case RowLayout::GreenBBlue: InteriorRun<Native::GreenB, Native::Blue>(p, c, n, from, to, k0, v); break;
+                case RowLayout::RedGreenR: InteriorRun<Native::Red, Native::GreenR>(p, c, n, from, to, k0, v); break;
+                case RowLayout::Repeat:
+                    for (int64_t j = from; j < to; ++j) v.Set(static_cast<int32_t>(j - k0), first[0], first[1], first[2]);
+                    break;
+            }
+            if (k0 == 0) v.Set(0, first[0], first[1], first[2]);
+            if (k1 == perRow) v.Set(static_cast<int32_t>(perRow - 1 - k0), last[0], last[1], last[2]);
+            StoreRun<Rule>(out + 3 * k0, v, static_cast<int32_t>(k1 - k0), job.channels);
+        }
+    }
+}
+
+QM_MULTIVERSION((class Sample, class Rule), void, Reconstruct, (ReconstructBody<Sample, Rule>),
+                (const Job<Sample>& job, Rule rule) noexcept, (job, rule))
+
+template <class Sample> using ReconstructFn = void (*)(const Job<Sample>&) noexcept;
+
+// The rule travels as an empty tag so that every instruction-set variant can deduce it.
+template <class Sample, class Rule> void ReconstructWith(const Job<Sample>& job) noexcept { Reconstruct(job, Rule{}); }
+
+// [shift not 0][narrow form exact]
+template <class Sample>
+constexpr ReconstructFn<Sample> kReconstruct[2][2] = {
+    {&ReconstructWith<Sample, PlainRule<false>>, &ReconstructWith<Sample, PlainRule<true>>},
+    {&ReconstructWith<Sample, ShiftedRule<false>>, &ReconstructWith<Sample, ShiftedRule<true>>},
+};
+
+}  // namespace
+
+template <class Sample>
+Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept {
+    if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr)
+        return Status::MissingImage;
+    const int64_t w = src->nWidth, h = src->nHeight;
+    if (w == 0 || h == 0) return Status::MissingImage;  // an empty mosaic
+    // A descriptor whose elements are narrower than the member's samples describes too few bytes.
+    if (ElementSize(src->eType) < sizeof(Sample)) return Status::UnsupportedType;
+    const int64_t rows = h >= 3 ? h - 1 : 1;
+    const uint64_t needed = static_cast<uint64_t>(rows) * static_cast<uint64_t>(std::max<int64_t>(w, 2));
+    if (needed > static_cast<uint64_t>(dst->nWidth) * dst->nHeight) return Status::CountMismatch;
+
+    const bool shifted = params.shift != 0;
+    BayerChannels ch;
+    ch.shift = params.shift & 31u;
+    ch.red = {params.gain[0], params.offset[0], params.offset[0]};
+    ch.green = {params.gain[1], params.offset[1], params.offset[1]};
+    ch.blue = {params.gain[2], params.offset[2], 0};
+    using A = MosaicArith<Sample>;
+    bool narrow = true;
+    for (const BayerChannel& c : {ch.blue, ch.green, ch.red}) {
+        const double bound = shifted ? ShiftedBound(A::kLow, A::kHigh, c) : PlainBound(A::kLow, A::kHigh, c);
+        narrow = narrow && NarrowSuffices(bound, c.gain);
+    }
+    const uint16_t phase = params.phase <= 4 ? params.phase : 0;
+    Job<Sample> job{{static_cast<const Sample*>(src->pData), w, h},
+                    static_cast<uint8_t*>(dst->pData),
+                    ch,
+                    {kLayouts[phase][0], kLayouts[phase][1]}};
+    kReconstruct<Sample>[shifted][narrow](job);
+    return Status::Ok;
+}
+
+template Status BayerInterpolate<uint8_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+template Status BayerInterpolate<uint16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+template Status BayerInterpolate<int16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+template Status BayerInterpolate<uint32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+template Status BayerInterpolate<int32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+
+}  // namespace qm
