@@ -11,7 +11,7 @@ namespace qm {
 // 2 x 2 binning of a 16-bit mosaic into half-size colour.
 Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t shift) noexcept;
 
-// The raw-pointer variant of the simple reconstruction's first row.
+// The raw-pointer export of the interpolating reconstruction, with its fixed first-row sampling.
 Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples,
                            uint32_t pitch, uint16_t shift) noexcept;
 
