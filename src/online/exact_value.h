@@ -31,18 +31,19 @@ QM_INLINE Exact TwoSum(double a, double b) noexcept {
     return {s, err};
 }
 
-// v x f exactly, for |v| < 2^37. The integer is split into a high part and 16 low bits; each
-// part times the factor needs at most 45 bits, so both products are exact and one error-free sum
-// joins them. A factor that is infinite or not a number takes the plain product instead (the
-// parts would give inf - inf or 0 x inf where the whole does not).
-QM_INLINE Exact ExactProduct(int64_t v, float f) noexcept {
+// v x f exactly, for |v| < 2^37 (I is int32_t or int64_t; 32-bit integers keep the conversions
+// to double vectorisable on every instruction set). The integer is split into a high part and 16
+// low bits; each part times the factor needs at most 45 bits, so both products are exact and one
+// error-free sum joins them. A factor that is infinite or not a number takes the plain product
+// instead (the parts would give inf - inf or 0 x inf where the whole does not).
+template <class I> QM_INLINE Exact ExactProduct(I v, float f) noexcept {
     const double fd = f;
     const double plain = static_cast<double>(v) * fd;
-    const double high = static_cast<double>(v >> 16) * fd * 65536.0;
-    const double low = static_cast<double>(v & 0xFFFF) * fd;
+    const double high = static_cast<double>(static_cast<I>(v >> 16)) * fd * 65536.0;
+    const double low = static_cast<double>(static_cast<I>(v & 0xFFFF)) * fd;
     const Exact split = TwoSum(high, low);
     const bool finite = std::fabs(fd) <= static_cast<double>(std::numeric_limits<float>::max());
-    return finite ? split : Exact{plain, 0.0};
+    return {finite ? split.hi : plain, finite ? split.lo : 0.0};
 }
 
 // value > a and value < a for the exact value: hi decides unless it equals a, then lo does.
@@ -67,9 +68,11 @@ QM_INLINE int64_t TruncateExact(Exact v) noexcept {
 // (a lost rest sets the last bit by moving to the odd neighbour on the rest's side), so the
 // conversion to float rounds once as if from the exact value.
 QM_INLINE float RoundExactToFloat(Exact v) noexcept {
-    uint64_t bits = std::bit_cast<uint64_t>(v.hi);
-    if (v.lo != 0.0 && (bits & 1u) == 0) bits += ((v.lo > 0.0) == (v.hi > 0.0)) ? 1 : uint64_t(-1);
-    return static_cast<float>(std::bit_cast<double>(bits));
+    const uint64_t bits = std::bit_cast<uint64_t>(v.hi);
+    const bool toOdd = v.lo != 0.0 && (bits & 1u) == 0;
+    const bool outward = (v.lo > 0.0) == (v.hi > 0.0);
+    const uint64_t step = toOdd ? (outward ? uint64_t{1} : ~uint64_t{0}) : uint64_t{0};
+    return static_cast<float>(std::bit_cast<double>(bits + step));
 }
 
 // Stores the exact value into an element of type D.

@@ -70,6 +70,8 @@ template <class R, DarkRule Dk, bool Flat> QM_INLINE Exact CorrectedValue(const 
         return {static_cast<double>(v), 0.0};
     } else if constexpr (kBaseBits<R, Dk> <= 29) {
         return {static_cast<double>(v) * static_cast<double>(k.flat[i]), 0.0};
+    } else if constexpr (Dk == DarkRule::Wrap) {
+        return ExactProduct(static_cast<int32_t>(v), k.flat[i]);  // the wrapped difference is 32-bit
     } else {
         return ExactProduct(v, k.flat[i]);
     }
