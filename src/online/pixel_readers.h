@@ -21,26 +21,16 @@ template <class T> QM_INLINE void StoreAt(unsigned char* base, size_t i, T v) no
     std::memcpy(base + i * sizeof(T), &v, sizeof(T));
 }
 
-// 16-bit pixels, unsigned whatever the declared type (a signed -1 reads as 65535).
-struct ReadU16 {
-    static constexpr int kBits = 16;
-    static constexpr size_t kBytes = 2;
-    QM_INLINE static int64_t Read(const unsigned char* s, size_t i) noexcept { return LoadAt<uint16_t>(s, i); }
+// Whole-word pixels of type T: 16-bit ones unsigned whatever the declared type (a signed -1 reads
+// as 65535), 32-bit ones unsigned or signed as the kernel takes them.
+template <class T> struct ReadWord {
+    static constexpr int kBits = 8 * sizeof(T);
+    static constexpr size_t kBytes = sizeof(T);
+    QM_INLINE static int64_t Read(const unsigned char* s, size_t i) noexcept { return LoadAt<T>(s, i); }
 };
-
-// 32-bit pixels taken unsigned.
-struct ReadU32 {
-    static constexpr int kBits = 32;
-    static constexpr size_t kBytes = 4;
-    QM_INLINE static int64_t Read(const unsigned char* s, size_t i) noexcept { return LoadAt<uint32_t>(s, i); }
-};
-
-// 32-bit pixels taken signed.
-struct ReadI32 {
-    static constexpr int kBits = 32;
-    static constexpr size_t kBytes = 4;
-    QM_INLINE static int64_t Read(const unsigned char* s, size_t i) noexcept { return LoadAt<int32_t>(s, i); }
-};
+using ReadU16 = ReadWord<uint16_t>;
+using ReadU32 = ReadWord<uint32_t>;
+using ReadI32 = ReadWord<int32_t>;
 
 // 8-bit monochrome pixels (colour flag 0).
 struct ReadByte {
