@@ -1,0 +1,213 @@
+// The online kernel: one template over (pixel reader, dark rule, flat field, final stage, mode,
+// output element), and the table of its instantiations that a pipeline picks from once a frame.
+//
+// The per-pixel rule (Result) is written once; KernelLoop applies it over the frame and is the
+// one place a faster loop would go. Every combination is its own function, so the loop carries no
+// option tests.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "core/cpu.h"
+#include "core/truncate.h"
+#include "online/exact_value.h"
+#include "online/frame_plan.h"
+#include "online/pixel_readers.h"
+
+namespace qm::online {
+
+// How the dark pixel enters: not at all, as a 32-bit wrapping difference read back as signed, or
+// as an exact (33-bit) difference of the signed source pixel.
+enum class DarkRule : uint8_t { Off, Wrap, Wide };
+
+struct KernelArgs {
+    unsigned char* out = nullptr;
+    const unsigned char* src = nullptr;
+    const int32_t* dark = nullptr;
+    const float* flat = nullptr;
+    const float* gain = nullptr;
+    double a = 0.0;
+    double b = 0.0;
+    size_t n = 0;
+};
+using Kernel = void (*)(const KernelArgs&) noexcept;
+
+// Output element classes: 8-, 16- and 32-bit integers (signed and unsigned stored alike), F32, F64.
+inline constexpr int kOutputClasses = 5;
+template <int C>
+using OutputElement = std::tuple_element_t<C, std::tuple<uint8_t, uint16_t, uint32_t, float, double>>;
+constexpr int OutputClassOf(int32_t type) noexcept {
+    constexpr int kClass[] = {-1, 0, 1, 2, 3, 4, 0, 1, 2};
+    return type >= 1 && type <= 8 ? kClass[type] : -1;
+}
+
+// The integer the arithmetic starts from: the source pixel, less the dark pixel if there is one.
+template <class R, DarkRule Dk> QM_INLINE int64_t BaseValue(const KernelArgs& k, size_t i) noexcept {
+    const int64_t s = R::Read(k.src, i);
+    if constexpr (Dk == DarkRule::Off) {
+        return s;
+    } else if constexpr (Dk == DarkRule::Wrap) {
+        return static_cast<int32_t>(static_cast<uint32_t>(s) - static_cast<uint32_t>(k.dark[i]));
+    } else {
+        return s - k.dark[i];
+    }
+}
+
+template <class R, DarkRule Dk> inline constexpr int kBaseBits =
+    Dk == DarkRule::Off ? R::kBits : Dk == DarkRule::Wrap ? 32 : 33;
+
+// The corrected value before the final stage, exactly. An integer of up to 29 bits times a float
+// is exact in double; wider ones take the split product.
+template <class R, DarkRule Dk, bool Flat> QM_INLINE Exact CorrectedValue(const KernelArgs& k, size_t i) noexcept {
+    const int64_t v = BaseValue<R, Dk>(k, i);
+    if constexpr (!Flat) {
+        return {static_cast<double>(v), 0.0};
+    } else if constexpr (kBaseBits<R, Dk> <= 29) {
+        return {static_cast<double>(v) * static_cast<double>(k.flat[i]), 0.0};
+    } else if constexpr (Dk == DarkRule::Wrap) {
+        return ExactProduct(static_cast<int32_t>(v), k.flat[i]);  // the wrapped difference is 32-bit
+    } else {
+        return ExactProduct(v, k.flat[i]);
+    }
+}
+
+inline constexpr long double kPowersOfTen[] = {1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,  1e7L,  1e8L,  1e9L,
+                                                1e10L, 1e11L, 1e12L, 1e13L, 1e14L, 1e15L, 1e16L, 1e17L, 1e18L, 1e19L,
+                                                1e20L, 1e21L, 1e22L, 1e23L, 1e24L, 1e25L, 1e26L, 1e27L};
+
+// log10 in extended precision; the powers of ten that extended precision holds exactly give
+// their exponent exactly (the library logarithm may miss it by an ulp).
+inline long double Log10Extended(long double x) noexcept {
+    const long double l = std::log10(x);
+    if (l > -0.5L && l < 27.5L) {
+        const int k = static_cast<int>(l + 0.5L);
+        if (x == kPowersOfTen[k]) return static_cast<long double>(k);
+    }
+    return l;
+}
+
+// The argument of the logarithm, in extended precision: the value times the gain, with the flat
+// factor applied before the gain on a plain source and after it on a dark-subtracted one.
+template <class R, DarkRule Dk, bool Flat> QM_INLINE long double LogArgument(const KernelArgs& k, size_t i) noexcept {
+    const long double v = static_cast<long double>(BaseValue<R, Dk>(k, i));
+    const long double g = k.gain[i];
+    if constexpr (!Flat) {
+        return v * g;
+    } else if constexpr (Dk == DarkRule::Off) {
+        return v * static_cast<long double>(k.flat[i]) * g;
+    } else {
+        return v * g * static_cast<long double>(k.flat[i]);
+    }
+}
+
+// The per-pixel rule: the result of pixel i converted to the output element D.
+template <class R, DarkRule Dk, bool Flat, Stage St, class D>
+QM_INLINE D Result(const KernelArgs& k, size_t i) noexcept {
+    if constexpr (St == Stage::Log) {
+        return StoreFloat<D>(Log10Extended(LogArgument<R, Dk, Flat>(k, i)));
+    } else if constexpr (!Flat && St == Stage::None) {
+        // Integer only: the low bits, or the integer converted to floating.
+        const int64_t v = BaseValue<R, Dk>(k, i);
+        if constexpr (kIsFloat<D>) {
+            return static_cast<D>(v);
+        } else {
+            return LowBits<D>(v);
+        }
+    } else {
+        const Exact v = CorrectedValue<R, Dk, Flat>(k, i);
+        if constexpr (St == Stage::Threshold) {
+            return Above(v, k.a) ? D{1} : D{0};
+        } else if constexpr (St == Stage::Clip) {
+            if (Above(v, k.b)) return StoreFloat<D>(k.b);  // the upper bound is tested first
+            if (Below(v, k.a)) return StoreFloat<D>(k.a);
+            return StoreExact<D>(v);
+        } else {
+            return StoreExact<D>(v);
+        }
+    }
+}
+
+// Adds a converted result into an output element: integers wrap at their width, floats add in
+// their own precision.
+template <class D> QM_INLINE D AddInto(D old, D r) noexcept { return static_cast<D>(old + r); }
+
+template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D>
+QM_INLINE void KernelLoop(const KernelArgs& k) noexcept {
+    const size_t n = k.n;
+    for (size_t i = 0; i < n; ++i) {
+        D r = Result<R, Dk, Flat, St, D>(k, i);
+        if constexpr (Acc) r = AddInto<D>(LoadAt<D>(k.out, i), r);
+        StoreAt<D>(k.out, i, r);
+    }
+}
+
+// Names one kernel, so the variant wrappers can deduce it from an argument.
+template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D> struct KernelTag {};
+
+template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D>
+QM_INLINE void TaggedLoop(const KernelArgs& k, KernelTag<R, Dk, Flat, St, Acc, D>) noexcept {
+    KernelLoop<R, Dk, Flat, St, Acc, D>(k);
+}
+
+QM_MULTIVERSION((class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D), void, KernelVariants, TaggedLoop,
+                (const KernelArgs& k, KernelTag<R, Dk, Flat, St, Acc, D> tag), (k, tag))
+
+// One online kernel. The logarithm and the luminance reader work in x87 extended precision,
+// which no vector set speeds up, so they have one variant only.
+template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D> void OnlineKernel(const KernelArgs& k) noexcept {
+    constexpr KernelTag<R, Dk, Flat, St, Acc, D> tag;
+    if constexpr (St == Stage::Log || std::is_same_v<R, ReadColourLuminance>) {
+        KernelVariantsBaseline(k, tag);
+    } else {
+        KernelVariants(k, tag);
+    }
+}
+
+// --- The table a pipeline picks from -------------------------------------------------------------
+
+enum class ReaderId : uint8_t { U16, U32, I32, Byte, ColourMean, ColourLuminance };
+template <ReaderId Id>
+using ReaderOf = std::tuple_element_t<static_cast<size_t>(Id),
+                                      std::tuple<ReadU16, ReadU32, ReadI32, ReadByte, ReadColourMean, ReadColourLuminance>>;
+
+// How one kernel of a pipeline reads its source and subtracts the dark frame.
+struct Reading {
+    ReaderId reader;
+    DarkRule dark;
+};
+
+inline constexpr size_t kKernelSlots = size_t{kOutputClasses} * 2 * 2 * kStages * 2;
+
+constexpr size_t KernelSlot(int outputClass, bool dark, bool flat, Stage stage, bool accumulate) noexcept {
+    return (((static_cast<size_t>(outputClass) * 2 + dark) * 2 + flat) * kStages + static_cast<size_t>(stage)) * 2 +
+           accumulate;
+}
+
+template <class Policy, size_t Slot> void KernelAtSlot(const KernelArgs& k) noexcept {
+    constexpr bool acc = Slot % 2;
+    constexpr Stage stage = static_cast<Stage>(Slot / 2 % kStages);
+    constexpr bool flat = Slot / (2 * kStages) % 2;
+    constexpr bool dark = Slot / (4 * kStages) % 2;
+    constexpr int out = static_cast<int>(Slot / (8 * kStages));
+    constexpr Reading how = Policy::Pick(dark, flat, stage, acc);
+    OnlineKernel<ReaderOf<how.reader>, dark ? how.dark : DarkRule::Off, flat, stage, acc, OutputElement<out>>(k);
+}
+
+using KernelTable = std::array<Kernel, kKernelSlots>;
+
+template <class Policy, size_t... Slot> constexpr KernelTable MakeKernelTable(std::index_sequence<Slot...>) noexcept {
+    return {&KernelAtSlot<Policy, Slot>...};
+}
+
+// Every kernel of a pipeline, indexed by KernelSlot. Policy::Pick(dark, flat, stage, accumulate)
+// names the reader and dark rule of each.
+template <class Policy>
+inline constexpr KernelTable kKernelTable = MakeKernelTable<Policy>(std::make_index_sequence<kKernelSlots>{});
+
+}  // namespace qm::online
