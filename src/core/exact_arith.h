@@ -101,10 +101,11 @@ QM_INLINE ExactValue ScaledQuotient(double x, double a) noexcept {
 QM_INLINE float RoundToFloat(const ExactValue& v) noexcept {
     const double rest = v.lo != 0.0 ? v.lo : v.tail;
     const uint64_t bits = std::bit_cast<uint64_t>(v.hi);
-    const bool toOdd = rest != 0.0 && (bits & 1u) == 0 && v.hi != 0.0 &&
-                       std::fabs(v.hi) <= std::numeric_limits<double>::max();
-    const bool away = (rest < 0.0) == (v.hi < 0.0);
-    const uint64_t step = toOdd ? (away ? uint64_t{1} : ~uint64_t{0}) : uint64_t{0};
+    // Written without branches so that loops over it vectorise.
+    const uint64_t toOdd = static_cast<uint64_t>(rest != 0.0) & static_cast<uint64_t>(v.hi != 0.0) &
+                           static_cast<uint64_t>(std::fabs(v.hi) <= std::numeric_limits<double>::max()) & ~bits & 1u;
+    const uint64_t away = static_cast<uint64_t>((rest < 0.0) == (v.hi < 0.0));
+    const uint64_t step = (toOdd & away) - (toOdd & (away ^ 1u));  // +1, -1 (wrapping) or 0
     return static_cast<float>(std::bit_cast<double>(bits + step));
 }
 
@@ -124,6 +125,19 @@ QM_INLINE int64_t TruncateExact(const ExactValue& v) noexcept {
     if (v.hi == 0x1p63 && c >= 0.0) return t;   // at or beyond 2^63
     if (v.hi == -0x1p63 && c <= 0.0) return t;  // -2^63 itself, or beyond
     return static_cast<int64_t>(static_cast<uint64_t>(t) + static_cast<uint64_t>(static_cast<int64_t>(c)));
+}
+
+// As TruncateExact, for values known to lie within (-2^30, 2^30).
+QM_INLINE int32_t TruncateExactSmall(const ExactValue& v) noexcept {
+    // Selects between doubles only, so that loops over it vectorise. |lo| < 1/2 here, so only
+    // the sign of what lies below hi counts.
+    const double t = static_cast<double>(static_cast<int32_t>(v.hi));
+    const bool below = (v.lo < 0.0) | ((v.lo == 0.0) & (v.tail < 0.0));
+    const bool above = (v.lo > 0.0) | ((v.lo == 0.0) & (v.tail > 0.0));
+    const double up = v.hi < 0.0 ? (above ? 1.0 : 0.0) : 0.0;
+    double step = v.hi > 0.0 ? (below ? -1.0 : 0.0) : up;
+    step = t == v.hi ? step : 0.0;
+    return static_cast<int32_t>(t + step);
 }
 
 // The store rule applied to an exact value.

@@ -54,6 +54,7 @@ template <class S, class D> Eval ChooseAdd(double a) noexcept {
         if (bound <= std::ldexp(1.0, 52 + low)) {
             return (kIsInt<D> && bound < 0x1p31) ? Eval::Plain32 : Eval::Plain;
         }
+        if (kIsInt<D> && bound < 0x1p30) return Eval::Exact32;
     }
     return Eval::Exact;  // TwoSum is exact at every magnitude
 }
@@ -65,7 +66,9 @@ template <class S, class D> Eval ChooseMul(double a) noexcept {
         // Beyond these bounds every non-zero product leaves the float and int64 ranges (or
         // falls below 2^-869), so its plain rounding stores the same element.
         if (!Within(a, 0x1p-900, 0x1p900)) return Eval::Plain;
-        if (s.bits + kSourceBits<S> > 53) return Eval::Exact;
+        if (s.bits + kSourceBits<S> > 53) {
+            return kIsInt<D> && kSourceMax<S> * std::fabs(a) < 0x1p30 ? Eval::Exact32 : Eval::Exact;
+        }
         if constexpr (kIsInt<D>) {
             if (IsIntegral(a) && std::fabs(a) < 0x1p31) return Eval::Integer;
             return kSourceMax<S> * std::fabs(a) < 0x1p31 ? Eval::Plain32 : Eval::Plain;
@@ -90,7 +93,7 @@ template <class S, class D> Eval ChooseDiv(double a) noexcept {
             if constexpr (kIsInt<D>) return kSourceMax<S> / std::fabs(a) < 0x1p31 ? Eval::Plain32 : Eval::Plain;
             return std::fabs(a) < 0x1p28 ? Eval::Plain : Eval::Exact;
         }
-        return Eval::Exact;
+        return kIsInt<D> && kSourceMax<S> / std::fabs(a) < 0x1p30 ? Eval::Exact32 : Eval::Exact;
     } else if constexpr (std::is_same_v<S, float>) {
         return Within(a, 0x1p-700, 0x1p700) ? Eval::Exact : Eval::Plain;
     } else {
@@ -135,6 +138,9 @@ template <class Op, class S, class D> Status RunArith(Eval eval, void* d, const 
         case Eval::Exact:
             if constexpr (!kIsF64<D>) return Run<D>(d, s, n, ArithRule<Op, Eval::Exact>{a});
             break;
+        case Eval::Exact32:
+            if constexpr (kIsInt<S> && kIsInt<D>) return Run<D>(d, s, n, ArithRule<Op, Eval::Exact32>{a});
+            break;
         case Eval::Scaled:
             if constexpr (kIsF64<S> && !kIsF64<D>) return Run<D>(d, s, n, ArithRule<Op, Eval::Scaled>{a});
             break;
@@ -144,7 +150,11 @@ template <class Op, class S, class D> Status RunArith(Eval eval, void* d, const 
 }
 
 template <class S, class D> Status RunClip(void* d, const S* s, double a, double b, int32_t n) noexcept {
-    return Run<D>(d, s, n, ClipRule{a, b});
+    if constexpr (kIsInt<S> && kIsInt<D>) {
+        const auto inInt32 = [](double c) { return c > -0x1p31 && c < 0x1p31; };
+        if (inInt32(a) && inInt32(b)) return Run<D>(d, s, n, ClipRule<true>{a, b});
+    }
+    return Run<D>(d, s, n, ClipRule<false>{a, b});
 }
 template <class S, class D> Status RunBand(void* d, const S* s, double a, double b, int32_t n) noexcept {
     return Run<D>(d, s, n, BandRule{a, b});

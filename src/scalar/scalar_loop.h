@@ -16,15 +16,17 @@ namespace qm {
 template <bool kFma, class D, class S, class Rule>
 QM_INLINE void MapBody(void* dst, const S* src, int32_t n, const Rule& rule) noexcept {
     D* d = static_cast<D*>(dst);
-    for (int32_t i = 0; i < n; ++i) d[i] = rule.template Apply<D, kFma>(src[i]);
+    const Rule r = rule;  // a local copy: stores through d cannot change it, so its constants stay in registers
+    for (int32_t i = 0; i < n; ++i) d[i] = r.template Apply<D, kFma>(src[i]);
 }
 
 // As MapBody, for rules that report elements they could not compute; returns whether any failed.
 template <bool, class D, class S, class Rule>
 QM_INLINE uint32_t MapCheckedBody(void* dst, const S* src, int32_t n, const Rule& rule) noexcept {
     D* d = static_cast<D*>(dst);
+    const Rule r = rule;
     uint32_t failed = 0;
-    for (int32_t i = 0; i < n; ++i) d[i] = rule.template Apply<D>(src[i], failed);
+    for (int32_t i = 0; i < n; ++i) d[i] = r.template Apply<D>(src[i], failed);
     return failed;
 }
 

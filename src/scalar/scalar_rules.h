@@ -30,11 +30,17 @@ namespace qm {
 template <class S> QM_INLINE double Widen(S x) noexcept { return static_cast<double>(x); }
 
 // 256: A is tested first; an unordered comparison counts as below, so a NaN element stores A.
-struct ClipRule {
+// k32: integer source and destination with A and B within int32, so every result truncates in 32 bits.
+template <bool k32> struct ClipRule {
     double a, b;
     template <class D, bool, class S> QM_INLINE D Apply(S x) const noexcept {
         const double v = Widen(x);
-        return StoreFloat<D>(!(v >= a) ? a : (v > b ? b : v));
+        const double r = !(v >= a) ? a : (v > b ? b : v);
+        if constexpr (k32) {
+            return static_cast<D>(static_cast<int32_t>(r));
+        } else {
+            return StoreFloat<D>(r);
+        }
     }
 };
 
@@ -68,6 +74,7 @@ enum class Eval : uint8_t {
     Plain,    // the double result is exact, or rounds to the same element as the exact value
     Plain32,  // as Plain, and every result lies within int32: one 32-bit truncation
     Exact,    // error-free transformation, operands within the ranges where it is exact
+    Exact32,  // as Exact, into an integer destination, every result within (-2^30, 2^30)
     Scaled,   // error-free transformation on operands scaled to [0.5, 1): any magnitude
 };
 
@@ -129,6 +136,8 @@ template <class Op, Eval kEval> struct ArithRule {
             return static_cast<D>(static_cast<int32_t>(Op::Plain(v, a)));
         } else if constexpr (kEval == Eval::Exact) {
             return StoreExact<D>(Op::template Exact<kFma>(v, a));
+        } else if constexpr (kEval == Eval::Exact32) {
+            return static_cast<D>(TruncateExactSmall(Op::template Exact<kFma>(v, a)));
         } else {
             // Zeros, infinities and NaN have no scaled form; their plain result is exact.
             if (!std::isfinite(v) || v == 0.0) return StoreFloat<D>(Op::Plain(v, a));
