@@ -15,11 +15,14 @@ namespace qm {
 // the same image.
 Status ScalarDispatch(int32_t op, const QmdDataStruct* dst, const QmdDataStruct* src, double a, double b) noexcept;
 
-// Largest element as a double; StatisticUnavailable (result untouched) for types outside 1 to 8.
+// Largest element as a double (the type's lowest value for an empty image); StatisticUnavailable
+// (result untouched) for types outside 1 to 8. MissingImage (result untouched) for a missing
+// descriptor or result, or a non-empty image without data.
 Status ImageMaximum(const QmdDataStruct* src, double* result) noexcept;
 
-// Mean of the elements as a double (NaN for an empty image); StatisticUnavailable for types
-// outside 1 to 8.
+// Mean of the elements as a double, summed in element order (0.0 / n, so NaN, for an empty
+// image); StatisticUnavailable with 0.0 / n for types outside 1 to 8. MissingImage as for
+// ImageMaximum.
 Status ImageMean(const QmdDataStruct* src, double* result) noexcept;
 
 }  // namespace qm
