@@ -174,3 +174,74 @@ TEST(SetData, StoresOperandsByAddressAndChecksTheSourceFrameType) {
 }
 
 }  // namespace
+
+namespace {
+
+using qmtest::Describe;
+using qmtest::ScopedInstance;
+
+// The reference frames: module-owned copies of the host's image with its shape and depth 1.
+TEST(SetData, BuildsReferenceFramesFromTheHostImage) {
+    ScopedInstance h;
+    qm::Instance& r = h.record();
+    std::vector<uint16_t> pixels = {0, 1, 2, 4, 5, 8, 65535, 10};
+    QmdDataStruct image = Describe(pixels, 4, 2, qmeTypeU16);
+    image.nDepth = 3;
+    const double mean = (0 + 1 + 2 + 4 + 5 + 8 + 65535 + 10) / 8.0;
+
+    const struct {
+        int32_t code;
+        QmdDataStruct* qm::Instance::*field;
+        int32_t type;
+        double (*expected)(uint16_t, double);
+    } frames[] = {
+        {9000, &qm::Instance::pDarkFrame, qmeTypeI32, [](uint16_t x, double) { return double(x); }},
+        {9003, &qm::Instance::pGainFrame, qmeTypeF32, [](uint16_t x, double) { return double(x); }},
+        {9001, &qm::Instance::pFlatFieldFrame, qmeTypeF32,
+         [](uint16_t x, double) { return x == 0 ? 0.0 : double(1.0f / x); }},
+        {9005, &qm::Instance::pFlatFieldFrame, qmeTypeF32,
+         [](uint16_t x, double m) { return x == 0 ? 0.0 : double(float(double(float(1.0 / x)) * m)); }},
+        {9006, &qm::Instance::pFlatFieldFrame, qmeTypeF32,
+         [](uint16_t x, double) { return x == 0 ? 0.0 : double(float(double(float(1.0 / x)) * 65535.0)); }},
+        {9007, &qm::Instance::pFlatFieldFrame, qmeTypeF32,
+         [](uint16_t x, double) { return x == 0 ? 0.0 : double(float(double(float(1.0 / x)) * 65535.0)); }},
+    };
+    for (const auto& f : frames) {
+        ASSERT_EQ(MathSetData(h, f.code, &image), qmeSuccess) << f.code;
+        const QmdDataStruct* frame = r.*f.field;
+        ASSERT_NE(frame, nullptr);
+        EXPECT_NE(frame, &image);
+        EXPECT_EQ(frame->eType, f.type);
+        EXPECT_EQ(frame->nWidth, 4u);
+        EXPECT_EQ(frame->nHeight, 2u);
+        EXPECT_EQ(frame->nDepth, 1u);
+        for (size_t i = 0; i < pixels.size(); ++i) {
+            const double got = f.type == qmeTypeI32 ? static_cast<const int32_t*>(frame->pData)[i]
+                                                    : static_cast<const float*>(frame->pData)[i];
+            EXPECT_EQ(got, f.expected(pixels[i], mean)) << f.code << " element " << i;
+        }
+    }
+    EXPECT_EQ(pixels[6], 65535) << "the host's image is only read";
+}
+
+TEST(SetData, ReferenceFrameStatusIsThatOfItsLastOperation) {
+    ScopedInstance h;
+    std::vector<uint8_t> colour(12);
+    QmdDataStruct unsupported = Describe(colour, 2, 2, qmeTypeRgb24);
+    QmdDataStruct empty = Describe(colour, 0, 2, qmeTypeU8);
+    for (int32_t code : {9000, 9001, 9003, 9005, 9006, 9007}) {
+        // A normalised flat field reports its final in-place multiply, which succeeds on the
+        // (unspecified) frame even when the reciprocal before it refused the element type.
+        const bool normalised = code >= 9005;
+        EXPECT_EQ(MathSetData(h, code, &unsupported), normalised ? qmeSuccess : qmeUnsupportedType) << code;
+        EXPECT_NE(h.record().*(code == 9000 ? &qm::Instance::pDarkFrame
+                               : code == 9003 ? &qm::Instance::pGainFrame
+                                              : &qm::Instance::pFlatFieldFrame),
+                  nullptr)
+            << "a frame whose operation fails is still installed";
+        EXPECT_EQ(MathSetData(h, code, &empty), qmeMissingImage) << code;
+        EXPECT_EQ(MathSetData(h, code, nullptr), qmeMissingImage) << code;
+    }
+}
+
+}  // namespace
