@@ -86,6 +86,9 @@ TEST(HostLoad, IdentifiesTheModuleAndRunsAnInstanceLifecycle) {
     EXPECT_EQ(v[1], 0u);
     EXPECT_EQ(v[2], 10u);
     EXPECT_EQ(v[3], 0u);
+    EXPECT_EQ(getCount(nullptr), qmeSuccess) << "null outputs are skipped";
+    EXPECT_EQ(getId(nullptr, nullptr, nullptr, 0), qmeSuccess);
+    EXPECT_EQ(version(0, nullptr, nullptr, nullptr, nullptr), qmeSuccess);
 
     QmHandle first = 0, second = 0;
     ASSERT_EQ(create(0, 0x1200, &first), qmeSuccess);
