@@ -1,0 +1,109 @@
+// Per-element rules of image-to-image arithmetic: how an operand element enters the arithmetic,
+// and what each operation makes of two elements for a destination type. Each rule is written once
+// here; the loops in arith_kernels.h apply them to every type combination.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "core/cpu.h"
+#include "core/truncate.h"
+
+namespace qm {
+
+// The four operations, by process code.
+enum ArithOpCode : int32_t { kArithAdd = 1, kArithSubtract = 2, kArithDivide = 3, kArithMultiply = 4 };
+
+// An operand element as it enters integer arithmetic: its 32-bit pattern. Narrow integers are
+// sign- or zero-extended by their own type; floats are truncated toward zero and keep the low 32
+// bits of the 64-bit truncation (0 for NaN, infinities and values beyond the 64-bit range).
+template <class T> QM_INLINE uint32_t IntegerValue(T v) noexcept {
+    if constexpr (kIsFloat<T>) {
+        return static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(static_cast<double>(v))));
+    } else {
+        return static_cast<uint32_t>(static_cast<int32_t>(v));
+    }
+}
+
+// Addition, subtraction and multiplication: one integer form (unsigned, so it wraps) and one
+// double form. An integer destination keeps the low bits of the 32-bit result, which are the
+// low bits of the same operation done in its own width.
+struct AddRule {
+    static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a + b; }
+    static constexpr double Real(double a, double b) noexcept { return a + b; }
+};
+struct SubtractRule {
+    static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a - b; }
+    static constexpr double Real(double a, double b) noexcept { return a - b; }
+};
+struct MultiplyRule {
+    static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a * b; }
+    static constexpr double Real(double a, double b) noexcept { return a * b; }
+};
+
+// Element rule of add, subtract or multiply into destination type D. Float destinations combine
+// both values in double and round once to D; integer destinations never leave integer
+// arithmetic unless an operand is a float. `zero` is untouched (no divisor here).
+template <class D, class Op> struct CombineInto {
+    template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& /*zero*/) noexcept {
+        if constexpr (kIsFloat<D>) {
+            return static_cast<D>(Op::Real(static_cast<double>(a), static_cast<double>(b)));
+        } else {
+            return static_cast<D>(Op::Integer(IntegerValue(a), IntegerValue(b)));
+        }
+    }
+};
+
+// Element rule of division into destination type D. A divisor that is zero or not a number gives
+// the element 0 and sets `zero`; the loop goes on.
+//
+// Integer destinations reduce the dividend and the truncated divisor to D (its width and its
+// signedness) and divide truncating toward zero. A divisor that only becomes zero on the way
+// (0.5, or 256 reduced to 8 bits) is a zero divisor as well, so the test is on the reduced
+// divisor: a zero or NaN double truncates to a pattern whose low bits are 0 anyway. The quotient
+// is computed with a divisor that cannot be zero and then replaced by 0, so the loop has no
+// branch. A signed 32-bit -2^31 / -1 stores -2^31 (the negation wraps); in 8 and 16 bits the
+// division is done in 32 bits and its low bits give -128 and -32768 the same way.
+template <class D> struct DivideInto {
+    template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& zero) noexcept {
+        if constexpr (kIsFloat<D>) {
+            const double divisor = static_cast<double>(b);
+            const bool vanishes = !(divisor < 0.0 || divisor > 0.0);  // equal to 0, or unordered
+            zero |= vanishes;
+            const double q = static_cast<double>(a) / (vanishes ? 1.0 : divisor);
+            return vanishes ? D(0) : static_cast<D>(q);
+        } else {
+            const D dividend = static_cast<D>(IntegerValue(a));
+            const D divisor = static_cast<D>(IntegerValue(b));
+            const bool vanishes = divisor == 0;
+            zero |= vanishes;
+            const D q = Quotient(dividend, vanishes ? D(1) : divisor);
+            return vanishes ? D(0) : q;
+        }
+    }
+
+private:
+    // Truncating quotient of two reduced values; `divisor` is not 0.
+    QM_INLINE static D Quotient(D dividend, D divisor) noexcept {
+        if constexpr (std::is_same_v<D, int32_t>) {
+            // -1 negates (wrapping), so -2^31 / -1 never reaches the hardware division.
+            const uint32_t negated = 0u - static_cast<uint32_t>(dividend);
+            const int32_t safe = divisor == -1 ? 1 : divisor;
+            return divisor == -1 ? static_cast<int32_t>(negated) : dividend / safe;
+        } else if constexpr (std::is_same_v<D, uint32_t>) {
+            return dividend / divisor;
+        } else {
+            return static_cast<D>(static_cast<int32_t>(dividend) / static_cast<int32_t>(divisor));
+        }
+    }
+};
+
+// The element rule of operation Op (a process code 1 to 4) into destination type D.
+template <class D, int32_t Op> struct ArithRuleOf;
+template <class D> struct ArithRuleOf<D, kArithAdd> { using type = CombineInto<D, AddRule>; };
+template <class D> struct ArithRuleOf<D, kArithSubtract> { using type = CombineInto<D, SubtractRule>; };
+template <class D> struct ArithRuleOf<D, kArithDivide> { using type = DivideInto<D>; };
+template <class D> struct ArithRuleOf<D, kArithMultiply> { using type = CombineInto<D, MultiplyRule>; };
+template <class D, int32_t Op> using ArithRule = typename ArithRuleOf<D, Op>::type;
+
+}  // namespace qm
