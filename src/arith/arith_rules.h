@@ -46,12 +46,28 @@ struct MultiplyRule {
 // arithmetic unless an operand is a float. `zero` is untouched (no divisor here).
 template <class D, class Op> struct CombineInto {
     template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& /*zero*/) noexcept {
-        if constexpr (kIsFloat<D>) {
+        if constexpr (kIsFloat<D> && kNarrowIntegers<A, B>) {
+            // The double result is exact here, so it equals the integer result, which converts
+            // faster: sums and differences lie within int32, products of unsigned elements within
+            // uint32. (A signed product is left to double: -1 x 0 is -0.0 there.)
+            const uint32_t r = Op::Integer(IntegerValue(a), IntegerValue(b));
+            if constexpr (kUnsignedProduct<A, B>) return static_cast<D>(r);
+            else return static_cast<D>(static_cast<int32_t>(r));
+        } else if constexpr (kIsFloat<D>) {
             return static_cast<D>(Op::Real(static_cast<double>(a), static_cast<double>(b)));
         } else {
             return static_cast<D>(Op::Integer(IntegerValue(a), IntegerValue(b)));
         }
     }
+
+private:
+    template <class A, class B>
+    static constexpr bool kUnsignedProduct =
+        std::is_same_v<Op, MultiplyRule> && std::is_unsigned_v<A> && std::is_unsigned_v<B>;
+    template <class A, class B>
+    static constexpr bool kNarrowIntegers = std::is_integral_v<A> && std::is_integral_v<B> && sizeof(A) <= 2 &&
+                                            sizeof(B) <= 2 &&
+                                            (!std::is_same_v<Op, MultiplyRule> || kUnsignedProduct<A, B>);
 };
 
 // Element rule of division into destination type D. A divisor that is zero or not a number gives
@@ -83,17 +99,23 @@ template <class D> struct DivideInto {
     }
 
 private:
-    // Truncating quotient of two reduced values; `divisor` is not 0.
+    // Truncating quotient of two reduced values; `divisor` is not 0. It is taken from a floating
+    // division, which vectorises where an integer division cannot, and is exact: when the
+    // quotient is not an integer it lies at least 1/|divisor| from the next integer, farther than
+    // the rounding can move it as long as |dividend| is below 2^24 (float) or 2^53 (double), and
+    // rounding never crosses the integer below; integral quotients are represented exactly.
     QM_INLINE static D Quotient(D dividend, D divisor) noexcept {
-        if constexpr (std::is_same_v<D, int32_t>) {
-            // -1 negates (wrapping), so -2^31 / -1 never reaches the hardware division.
-            const uint32_t negated = 0u - static_cast<uint32_t>(dividend);
-            const int32_t safe = divisor == -1 ? 1 : divisor;
-            return divisor == -1 ? static_cast<int32_t>(negated) : dividend / safe;
-        } else if constexpr (std::is_same_v<D, uint32_t>) {
-            return dividend / divisor;
+        if constexpr (sizeof(D) <= 2) {
+            const float q = static_cast<float>(dividend) / static_cast<float>(divisor);
+            return static_cast<D>(static_cast<int32_t>(q));  // |q| <= 2^16: in range
+        } else if constexpr (std::is_same_v<D, int32_t>) {
+            // -1 negates (wrapping), so -2^31 / -1 stores -2^31; every other quotient fits.
+            const bool negate = divisor == -1;
+            const double q = static_cast<double>(dividend) / static_cast<double>(negate ? 1 : divisor);
+            const int32_t t = static_cast<int32_t>(q);
+            return negate ? static_cast<int32_t>(0u - static_cast<uint32_t>(dividend)) : t;
         } else {
-            return static_cast<D>(static_cast<int32_t>(dividend) / static_cast<int32_t>(divisor));
+            return static_cast<uint32_t>(static_cast<double>(dividend) / static_cast<double>(divisor));
         }
     }
 };
