@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "arith/arith_dispatch.h"
@@ -23,14 +24,34 @@ Status RunKernel(void* d, const void* a, const void* b, int32_t count) noexcept 
     return ArithKernel<D, Op, A, B>(static_cast<D*>(d), static_cast<const A*>(a), static_cast<const B*>(b), count);
 }
 
+// Integer destinations keep only low bits, so some kernels serve several type combinations:
+// an integer operand at least as wide as the destination contributes only its low bits, whatever
+// its signedness, and a sum, difference or product has the same low bits in a signed or unsigned
+// destination. The table points those combinations at one kernel over unsigned elements (the
+// buffers are read and written through the unsigned type of the same width).
+template <class T, bool = std::is_integral_v<T>> struct UnsignedOfT { using type = T; };
+template <class T> struct UnsignedOfT<T, true> { using type = std::make_unsigned_t<T>; };
+template <class T> using UnsignedOf = typename UnsignedOfT<T>::type;
+
+template <class T, class D>
+using SharedOperand = std::conditional_t<std::is_integral_v<T> && std::is_integral_v<D> && sizeof(T) >= sizeof(D),
+                                         UnsignedOf<T>, T>;
+
+template <class D, int32_t Op> using SharedDestination = std::conditional_t<Op == kArithDivide, D, UnsignedOf<D>>;
+
+template <class D, int32_t Op, class A, class B>
+inline constexpr ErasedKernel kSharedKernel =
+    &RunKernel<SharedDestination<D, Op>, Op, SharedOperand<A, D>, SharedOperand<B, D>>;
+
 // [destination type code][process code] -> kernel; row and column 0 unused.
 using KernelTable = std::array<std::array<ErasedKernel, 5>, 9>;
 
 template <class A, class B, int32_t... Dst>
 constexpr KernelTable MakeKernelTable(std::integer_sequence<int32_t, Dst...>) noexcept {
     KernelTable table{};
-    ((table[Dst] = {nullptr, &RunKernel<Element<Dst>, kArithAdd, A, B>, &RunKernel<Element<Dst>, kArithSubtract, A, B>,
-                    &RunKernel<Element<Dst>, kArithDivide, A, B>, &RunKernel<Element<Dst>, kArithMultiply, A, B>}),
+    ((table[Dst] = {nullptr, kSharedKernel<Element<Dst>, kArithAdd, A, B>,
+                    kSharedKernel<Element<Dst>, kArithSubtract, A, B>, kSharedKernel<Element<Dst>, kArithDivide, A, B>,
+                    kSharedKernel<Element<Dst>, kArithMultiply, A, B>}),
      ...);
     return table;
 }
