@@ -135,49 +135,32 @@ protected:
     void TearDown() override { qm::SetActiveIsa(qm::DetectedIsa()); }
 };
 
+// Each combination runs out of place, then in place over operand 1 and over operand 2 where the
+// element sizes allow it (element i of both operands is read before element i is written).
 TEST_P(ArithModel, EveryTypeCombinationAgreesWithTheModel) {
     std::mt19937_64 rng(20240611);
     for (int t1 = 1; t1 <= 8; ++t1)
         for (int t2 = 1; t2 <= 8; ++t2) {
             const Operands ops = MakeOperands(t1, t2, rng);
-            QmdDataStruct d1{const_cast<unsigned char*>(ops.a.data()), static_cast<uint32_t>(ops.count), 1, t1, 1, {}};
-            QmdDataStruct d2{const_cast<unsigned char*>(ops.b.data()), 1, static_cast<uint32_t>(ops.count), t2, 1, {}};
+            const uint32_t n = static_cast<uint32_t>(ops.count);
             for (int td = 1; td <= 8; ++td)
                 for (int op = 1; op <= 4; ++op) {
-                    const size_t bytes = static_cast<size_t>(ops.count * arithref::Size(td));
-                    Bytes want(bytes), got(bytes, 0xA5);
+                    Bytes want(n * static_cast<size_t>(arithref::Size(td)));
                     const int wantStatus = arithref::Image(op, td, want.data(), t1, ops.a.data(), t2, ops.b.data(), ops.count);
-                    QmdDataStruct dst{got.data(), static_cast<uint32_t>(ops.count), 1, td, 1, {}};
-                    const int status = static_cast<int>(qm::ArithDispatch(op, &dst, &d1, &d2));
-                    ASSERT_EQ(status, wantStatus) << "op " << op << " types " << t1 << "," << t2 << " -> " << td;
-                    ASSERT_EQ(Differences(td, got, want, ops), "") << "op " << op << " types " << t1 << "," << t2 << " -> " << td;
-                }
-        }
-}
-
-// The destination is the buffer of operand 1 or operand 2 (same element size): element i of both
-// operands is read before element i is written.
-TEST_P(ArithModel, InPlaceOverEitherOperandAgreesWithTheModel) {
-    std::mt19937_64 rng(77);
-    for (int t1 = 1; t1 <= 8; ++t1)
-        for (int t2 = 1; t2 <= 8; ++t2)
-            for (int td = 1; td <= 8; ++td)
-                for (int side = 1; side <= 2; ++side) {
-                    if (arithref::Size(td) != arithref::Size(side == 1 ? t1 : t2)) continue;
-                    const Operands ops = MakeOperands(t1, t2, rng);
-                    for (int op = 1; op <= 4; ++op) {
-                        Bytes want(static_cast<size_t>(ops.count * arithref::Size(td)));
-                        const int wantStatus = arithref::Image(op, td, want.data(), t1, ops.a.data(), t2, ops.b.data(), ops.count);
-                        Bytes a = ops.a, b = ops.b;
-                        Bytes& shared = side == 1 ? a : b;
-                        QmdDataStruct d1{a.data(), static_cast<uint32_t>(ops.count), 1, t1, 1, {}};
-                        QmdDataStruct d2{b.data(), static_cast<uint32_t>(ops.count), 1, t2, 1, {}};
-                        QmdDataStruct dst{shared.data(), static_cast<uint32_t>(ops.count), 1, td, 1, {}};
-                        ASSERT_EQ(static_cast<int>(qm::ArithDispatch(op, &dst, &d1, &d2)), wantStatus);
-                        ASSERT_EQ(Differences(td, shared, want, ops), "")
-                            << "op " << op << " types " << t1 << "," << t2 << " -> " << td << " over operand " << side;
+                    for (int place = 0; place <= 2; ++place) {
+                        if (place != 0 && arithref::Size(td) != arithref::Size(place == 1 ? t1 : t2)) continue;
+                        Bytes a = ops.a, b = ops.b, out(want.size(), 0xA5);
+                        Bytes& got = place == 0 ? out : place == 1 ? a : b;
+                        QmdDataStruct d1{a.data(), n, 1, t1, 1, {}}, d2{b.data(), 1, n, t2, 1, {}};
+                        QmdDataStruct dst{got.data(), n, 1, td, 1, {}};
+                        const std::string where = "op " + std::to_string(op) + " types " + std::to_string(t1) + "," +
+                                                  std::to_string(t2) + " -> " + std::to_string(td) + " place " +
+                                                  std::to_string(place);
+                        ASSERT_EQ(static_cast<int>(qm::ArithDispatch(op, &dst, &d1, &d2)), wantStatus) << where;
+                        ASSERT_EQ(Differences(td, got, want, ops), "") << where;
                     }
                 }
+        }
 }
 
 std::string IsaName(const ::testing::TestParamInfo<qm::Isa>& info) {
