@@ -25,20 +25,26 @@ template <class T> QM_INLINE uint32_t IntegerValue(T v) noexcept {
     }
 }
 
+// Element types of which a float holds every value exactly. With both operands of such types, a
+// sum, difference, product or quotient done in float is the double one rounded to float: double
+// carries more than twice float's precision, so rounding twice gives the same as rounding once.
+template <class T>
+inline constexpr bool kExactInFloat = std::is_same_v<T, float> || (std::is_integral_v<T> && sizeof(T) <= 2);
+
 // Addition, subtraction and multiplication: one integer form (unsigned, so it wraps) and one
 // double form. An integer destination keeps the low bits of the 32-bit result, which are the
 // low bits of the same operation done in its own width.
 struct AddRule {
     static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a + b; }
-    static constexpr double Real(double a, double b) noexcept { return a + b; }
+    template <class F> static constexpr F Real(F a, F b) noexcept { return a + b; }
 };
 struct SubtractRule {
     static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a - b; }
-    static constexpr double Real(double a, double b) noexcept { return a - b; }
+    template <class F> static constexpr F Real(F a, F b) noexcept { return a - b; }
 };
 struct MultiplyRule {
     static constexpr uint32_t Integer(uint32_t a, uint32_t b) noexcept { return a * b; }
-    static constexpr double Real(double a, double b) noexcept { return a * b; }
+    template <class F> static constexpr F Real(F a, F b) noexcept { return a * b; }
 };
 
 // Element rule of add, subtract or multiply into destination type D. Float destinations combine
@@ -46,7 +52,9 @@ struct MultiplyRule {
 // arithmetic unless an operand is a float. `zero` is untouched (no divisor here).
 template <class D, class Op> struct CombineInto {
     template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& /*zero*/) noexcept {
-        if constexpr (kIsFloat<D> && kNarrowIntegers<A, B>) {
+        if constexpr (std::is_same_v<D, float> && kExactInFloat<A> && kExactInFloat<B>) {
+            return Op::Real(static_cast<float>(a), static_cast<float>(b));
+        } else if constexpr (kIsFloat<D> && kNarrowIntegers<A, B>) {
             // The double result is exact here, so it equals the integer result, which converts
             // faster: sums and differences lie within int32, products of unsigned elements within
             // uint32. (A signed product is left to double: -1 x 0 is -0.0 there.)
@@ -82,7 +90,13 @@ private:
 // division is done in 32 bits and its low bits give -128 and -32768 the same way.
 template <class D> struct DivideInto {
     template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& zero) noexcept {
-        if constexpr (kIsFloat<D>) {
+        if constexpr (std::is_same_v<D, float> && kExactInFloat<A> && kExactInFloat<B>) {
+            const float divisor = static_cast<float>(b);
+            const bool vanishes = !(divisor < 0.0f || divisor > 0.0f);  // equal to 0, or unordered
+            zero |= vanishes;
+            const float q = static_cast<float>(a) / (vanishes ? 1.0f : divisor);
+            return vanishes ? 0.0f : q;
+        } else if constexpr (kIsFloat<D>) {
             const double divisor = static_cast<double>(b);
             const bool vanishes = !(divisor < 0.0 || divisor > 0.0);  // equal to 0, or unordered
             zero |= vanishes;
