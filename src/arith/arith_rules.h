@@ -48,8 +48,9 @@ struct MultiplyRule {
 };
 
 // Element rule of add, subtract or multiply into destination type D. Float destinations combine
-// both values in double and round once to D; integer destinations never leave integer
-// arithmetic unless an operand is a float. `zero` is untouched (no divisor here).
+// both values in double and round once to D (done in float, or in integers, where that gives the
+// same element); integer destinations never leave integer arithmetic unless an operand is a
+// float. `zero` is untouched (no divisor here).
 template <class D, class Op> struct CombineInto {
     template <class A, class B> QM_INLINE static D Apply(A a, B b, uint32_t& /*zero*/) noexcept {
         if constexpr (std::is_same_v<D, float> && kExactInFloat<A> && kExactInFloat<B>) {
@@ -117,7 +118,7 @@ private:
     // division, which vectorises where an integer division cannot, and is exact: when the
     // quotient is not an integer it lies at least 1/|divisor| from the next integer, farther than
     // the rounding can move it as long as |dividend| is below 2^24 (float) or 2^53 (double), and
-    // rounding never crosses the integer below; integral quotients are represented exactly.
+    // rounding never passes the integer next to it toward zero; integral quotients are exact.
     QM_INLINE static D Quotient(D dividend, D divisor) noexcept {
         if constexpr (sizeof(D) <= 2) {
             const float q = static_cast<float>(dividend) / static_cast<float>(divisor);
