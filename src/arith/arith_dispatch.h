@@ -14,4 +14,11 @@ namespace qm {
 Status ArithDispatch(int32_t op, const QmdDataStruct* dst, const QmdDataStruct* op1,
                      const QmdDataStruct* op2) noexcept;
 
+// A type-pair routine: operation `op` of `count` elements of operand 1 and operand 2 into `dst`.
+using ArithRoutine = Status (*)(int32_t op, const QmdDataStruct* dst, const void* op1, const void* op2,
+                                int32_t count) noexcept;
+
+// The routine the dispatcher runs for two operand type codes; null when either is outside 1 to 8.
+ArithRoutine ArithRoutineFor(int32_t op1Type, int32_t op2Type) noexcept;
+
 }  // namespace qm
