@@ -85,6 +85,22 @@ TEST(ProcessData, ScalarProcessOnAColourImageIsAPlainCopyWithItsOwnChecks) {
     }
 }
 
+TEST(ProcessData, MissingOperandOrImageGives8000ForEveryImageProcess) {
+    for (int32_t process : {1, 2, 3, 4, 256, 503, 509, 2000, 2001}) {
+        ScopedInstance h;
+        std::vector<uint16_t> pixels(16, 5);
+        QmdDataStruct image = Describe(pixels, 4, 4, qmeTypeU16);
+        MathSetProcess(h, process, 0);
+        EXPECT_EQ(MathProcessData(h, &image), qmeMissingImage) << process;
+        EXPECT_EQ(pixels, std::vector<uint16_t>(16, 5)) << process;
+    }
+    ScopedInstance h;
+    std::vector<uint8_t> colour(3 * 4);
+    QmdDataStruct image = Describe(colour, 2, 2, qmeTypeRgb24);
+    MathSetProcess(h, 503, 0);
+    EXPECT_EQ(MathProcessData(h, &image), qmeMissingImage) << "colour copy without operand 1";
+}
+
 TEST(ProcessData, BayerInterpolationOfAnUnsupportedOperandTypeWritesNothing) {
     for (int32_t type : {4, 5, 1, 11, 9}) {
         ScopedInstance h;
