@@ -257,11 +257,12 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                     {kLayouts[phase][0], kLayouts[phase][1]},
                     {nullptr, nullptr},
                     0};
-    const VectorRows* vector = narrow && signedMultiplicands ? ActiveVectorRows() : nullptr;
+    const VectorRows* vector = ActiveVectorRows();
     if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {
+        const bool wide = !(narrow && signedMultiplicands);
         for (int parity = 0; parity < 2; ++parity)
             if (job.layout[parity] != RowLayout::Repeat)
-                job.vectorRow[parity] = rows->row[shifted][static_cast<int>(job.layout[parity])];
+                job.vectorRow[parity] = rows->row[shifted][wide][static_cast<int>(job.layout[parity])];
         job.vectorWidth = vector->width;
     }
     kReconstruct<Sample>[shifted][narrow](job);

@@ -38,6 +38,7 @@ struct Avx2Lanes {
     // Even lanes from a, odd lanes from b.
     QM_INLINE static V Alternate(V a, V b) noexcept { return _mm256_blend_epi32(a, b, 0xAA); }
     // Truncated products of the lanes with a gain; every product lies inside int32.
+    static constexpr bool kWideProducts = false;  // no MulTruncateLow
     QM_INLINE static V MulTruncate(V v, D gain) noexcept {
         const __m128i low = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(v)), gain));
         const __m128i high = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(v, 1)), gain));

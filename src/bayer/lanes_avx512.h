@@ -45,6 +45,19 @@ struct Avx512Lanes {
         const __m256i high = _mm512_cvttpd_epi32(_mm512_mul_pd(_mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(v, 1)), gain));
         return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
     }
+    // The low 32 bits of the truncated products whatever their size: a product that is NaN, infinite
+    // or outside int64 truncates to INT64_MIN, whose low bits are 0. Unsigned reads the lanes as
+    // unsigned.
+    static constexpr bool kWideProducts = true;
+    template <bool Unsigned> QM_INLINE static __m256i MulTruncateLow(__m256i v, D gain) noexcept {
+        const D x = Unsigned ? _mm512_cvtepu32_pd(v) : _mm512_cvtepi32_pd(v);
+        return _mm512_cvtepi64_epi32(_mm512_cvttpd_epi64(_mm512_mul_pd(x, gain)));
+    }
+    template <bool Unsigned> QM_INLINE static V MulTruncateLow(V v, D gain) noexcept {
+        const __m256i low = MulTruncateLow<Unsigned>(_mm512_castsi512_si256(v), gain);
+        const __m256i high = MulTruncateLow<Unsigned>(_mm512_extracti64x4_epi64(v, 1), gain);
+        return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+    }
     // The three low bytes of every lane, 48 bytes.
     QM_INLINE static void StoreLow3(uint8_t* out, V a) noexcept {
         const __m512i bytes = _mm512_shuffle_epi8(

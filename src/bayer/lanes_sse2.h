@@ -5,7 +5,8 @@
 // types) and LoadWords (kWidth 32-bit words); lane-wise Add, Sub, And, Or, shifts by a constant
 // (Srai, Srli, Slli) and by a count (Sra, Srl), MinSigned, MinUnsigned; KeepWhereGreater(x,
 // limit, value) = x > limit ? value : 0; Alternate(a, b) = even lanes of a, odd lanes of b;
-// MulTruncate (products known to lie inside int32, truncated); StoreLow3, which writes the three
+// MulTruncate (products known to lie inside int32, truncated); where kWideProducts,
+// MulTruncateLow<Unsigned> (the low 32 bits of any truncated product); StoreLow3, which writes the three
 // low bytes of each lane, 3 * kWidth bytes in all.
 #pragma once
 
@@ -59,6 +60,7 @@ struct Sse2Lanes {
     }
     QM_INLINE static V KeepWhereGreater(V x, V limit, V value) noexcept { return _mm_and_si128(_mm_cmpgt_epi32(x, limit), value); }
     QM_INLINE static V Alternate(V a, V b) noexcept { return Select(_mm_setr_epi32(0, -1, 0, -1), b, a); }
+    static constexpr bool kWideProducts = false;  // no MulTruncateLow
     QM_INLINE static V MulTruncate(V v, D gain) noexcept {
         const V low = _mm_cvttpd_epi32(_mm_mul_pd(_mm_cvtepi32_pd(v), gain));
         const V high = _mm_cvttpd_epi32(_mm_mul_pd(_mm_cvtepi32_pd(_mm_unpackhi_epi64(v, v)), gain));

@@ -18,10 +18,11 @@ template <class Sample>
 using InteriorRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups, uint8_t* out,
                                const BayerChannels& channels) noexcept;
 
-// [shift not 0][row layout, as RowLayout]; only the narrow channel rule, with every multiplicand
-// inside int32, has a vector form.
+// [shift not 0][wide][row layout, as RowLayout]. The narrow kernels need every product inside
+// int32 and, without a shift, every multiplicand below 2^31; the wide ones take any gain and
+// offset, and are null where the instruction set has no exact wide form.
 template <class Sample> struct InteriorRows {
-    InteriorRowFn<Sample> row[2][4];
+    InteriorRowFn<Sample> row[2][2][4];
 };
 
 // Writes `groups` runs of VectorRows::width binned pixels from output column 0: the cells read

@@ -5,7 +5,7 @@
 // Interior of the interpolating reconstruction: a run starts at an odd column, so its even lanes
 // hold odd columns and its odd lanes even ones. All five neighbourhood means are formed for every
 // lane and each colour picks its mean by the lane's column parity. The channel rule then runs
-// lane-wise exactly as its narrow scalar form does, and the three bytes of each pixel are stored
+// lane-wise exactly as its scalar form does, and the three bytes of each pixel are stored
 // together.
 #pragma once
 
@@ -35,7 +35,8 @@ template <class L> struct RowKernels {
         return L::Or(L::Or(L::And(b, byte), L::template Slli<8>(L::And(g, byte))), L::template Slli<16>(r));
     }
 
-    // The narrow channel rules; the low byte of each lane is the stored byte.
+    // The channel rules; the low byte of each lane is the stored byte. Narrow: every product lies
+    // inside int32 and every unshifted multiplicand below 2^31. Wide: any product.
     struct Channel {
         V offset, subtrahend;
         D gain;
@@ -43,16 +44,20 @@ template <class L> struct RowKernels {
     QM_INLINE static Channel Broadcast(const BayerChannel& c) noexcept {
         return {L::Splat(c.offset), L::Splat(c.subtrahend), L::SplatDouble(c.gain)};
     }
-    template <bool Shifted> QM_INLINE static V Apply(V x, const Channel& c, uint32_t shift) noexcept {
+    template <bool Unsigned, bool Wide> QM_INLINE static V Product(V v, D gain) noexcept {
+        if constexpr (Wide) return L::template MulTruncateLow<Unsigned>(v, gain);
+        else return L::MulTruncate(v, gain);
+    }
+    template <bool Shifted, bool Wide> QM_INLINE static V Apply(V x, const Channel& c, uint32_t shift) noexcept {
         if constexpr (Shifted) {
             const V v = L::KeepWhereGreater(x, c.offset, L::Sub(x, c.subtrahend));
-            return L::MinSigned(L::Sra(L::MulTruncate(v, c.gain), shift), L::Splat(255));
+            return L::MinSigned(L::Sra(Product<false, Wide>(v, c.gain), shift), L::Splat(255));
         } else {
-            return L::MinUnsigned(L::MulTruncate(L::Sub(x, c.offset), c.gain), L::Splat(255));
+            return L::MinUnsigned(Product<true, Wide>(L::Sub(x, c.offset), c.gain), L::Splat(255));
         }
     }
 
-    template <class Sample, bool Shifted, RowLayout Layout>
+    template <class Sample, bool Shifted, bool Wide, RowLayout Layout>
     static void Interior(const Sample* p, const Sample* c, const Sample* n, int64_t groups, uint8_t* out,
                          const BayerChannels& ch) noexcept {
         constexpr bool kSigned = Sample(-1) < Sample(0);
@@ -66,19 +71,30 @@ template <class L> struct RowKernels {
                 L::Add(L::Add(L::Load(p + j - 1), L::Load(p + j + 1)), L::Add(L::Load(n + j - 1), L::Load(n + j + 1)));
             const V means[kMeans] = {own, Divide<2, kSigned>(L::Add(across, vertical)), Divide<2, kSigned>(diagonal),
                                      Divide<1, kSigned>(across), Divide<1, kSigned>(vertical)};
-            const V b = Apply<Shifted>(L::Alternate(means[kOdd.blue], means[kEven.blue]), blue, ch.shift);
-            const V g = Apply<Shifted>(L::Alternate(means[kOdd.green], means[kEven.green]), green, ch.shift);
-            const V r = Apply<Shifted>(L::Alternate(means[kOdd.red], means[kEven.red]), red, ch.shift);
+            const V b = Apply<Shifted, Wide>(L::Alternate(means[kOdd.blue], means[kEven.blue]), blue, ch.shift);
+            const V g = Apply<Shifted, Wide>(L::Alternate(means[kOdd.green], means[kEven.green]), green, ch.shift);
+            const V r = Apply<Shifted, Wide>(L::Alternate(means[kOdd.red], means[kEven.red]), red, ch.shift);
             L::StoreLow3(out + 3 * j, Pack(b, g, r));
         }
     }
 
-    template <class Sample> static constexpr InteriorRows<Sample> kInterior = {{
-        {&Interior<Sample, false, RowLayout::GreenRRed>, &Interior<Sample, false, RowLayout::BlueGreenB>,
-         &Interior<Sample, false, RowLayout::GreenBBlue>, &Interior<Sample, false, RowLayout::RedGreenR>},
-        {&Interior<Sample, true, RowLayout::GreenRRed>, &Interior<Sample, true, RowLayout::BlueGreenB>,
-         &Interior<Sample, true, RowLayout::GreenBBlue>, &Interior<Sample, true, RowLayout::RedGreenR>},
-    }};
+    template <class Sample, bool Shifted, bool Wide> static constexpr void Fill(InteriorRows<Sample>& rows) noexcept {
+        if constexpr (!Wide || L::kWideProducts) {
+            auto& row = rows.row[Shifted][Wide];
+            row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<Sample, Shifted, Wide, RowLayout::GreenRRed>;
+            row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<Sample, Shifted, Wide, RowLayout::BlueGreenB>;
+            row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<Sample, Shifted, Wide, RowLayout::GreenBBlue>;
+            row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<Sample, Shifted, Wide, RowLayout::RedGreenR>;
+        }
+    }
+    template <class Sample> static constexpr InteriorRows<Sample> MakeInterior() noexcept {
+        InteriorRows<Sample> rows{};
+        Fill<Sample, false, false>(rows);
+        Fill<Sample, false, true>(rows);
+        Fill<Sample, true, false>(rows);
+        Fill<Sample, true, true>(rows);
+        return rows;
+    }
 
     // Binning: a 32-bit word of a row holds a cell's even (low half) and odd (high half) sample.
     static void Bin(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out, uint32_t shift) noexcept {
@@ -92,7 +108,7 @@ template <class L> struct RowKernels {
         }
     }
 
-    static constexpr VectorRows kTable = {L::kWidth, kInterior<uint8_t>, kInterior<uint16_t>, kInterior<int16_t>, &Bin};
+    static constexpr VectorRows kTable = {L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(), MakeInterior<int16_t>(), &Bin};
 };
 
 }  // namespace
