@@ -148,18 +148,20 @@ template <class Sample> struct Job {
     int64_t vectorWidth;                  // pixels per run of the vector kernel
 };
 
-// Output columns [k0, k1) of row i >= 1 through the planes: interior columns by the row's layout,
-// the edge columns from `first` and `last`.
+// Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
+// kernel): interior columns by the row's layout, the edge columns from `first` and `last`.
 template <class Sample, class Rule>
 QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t first[3], const int32_t last[3],
-                             int64_t k0, int64_t k1, uint8_t* out, Planes& v) noexcept {
+                             int64_t done, uint8_t* out, Planes& v) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, perRow = std::max<int64_t>(w, 2);
     const Sample* p = m.Row(i - 1);
     const Sample* c = m.Row(i);
     const Sample* n = m.Row(i + 1);
-    for (int64_t base = k0; base < k1; base += kChunk) {
-        const int64_t end = std::min<int64_t>(base + kChunk, k1);
+    // Chunks from column 0; when the vector kernel wrote columns from 1, column 0 is a chunk of its
+    // own and the next starts at `done`.
+    for (int64_t base = 0, end = 0; base < perRow; base = end == 1 ? done : end) {
+        end = base == 0 && done > 1 ? 1 : std::min<int64_t>(base + kChunk, perRow);
         const int64_t from = std::max<int64_t>(base, 1), to = std::min<int64_t>(end, w - 1);
         switch (job.layout[i % 2]) {
             case RowLayout::GreenRRed: InteriorRun<RowLayout::GreenRRed>(p, c, n, from, to, base, v); break;
@@ -202,8 +204,7 @@ template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sam
             row(m.Row(i - 1), m.Row(i), m.Row(i + 1), runs, out, job.channels);
             done = 1 + runs * job.vectorWidth;
         }
-        ScalarColumns<Sample, Rule>(job, i, first, last, 0, 1, out, v);
-        ScalarColumns<Sample, Rule>(job, i, first, last, done, perRow, out, v);
+        ScalarColumns<Sample, Rule>(job, i, first, last, done, out, v);
     }
 }
 
