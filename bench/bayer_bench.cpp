@@ -10,14 +10,18 @@ struct Instance {
     ~Instance() { MathDelete(handle); }
 };
 
+// Argument: 0 unshifted, 1 shifted by 4, 2 unshifted with a black level of 64 on every channel.
 template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
-    const bool shifted = state.range(0) != 0;
+    const bool shifted = state.range(0) == 1;
     qmbench::Frame mosaic(Type), image(qmeTypeRgb24);
     Instance instance;
     MathSetProcess(instance.handle, qmeProcessBayerInterpolate, 1);
     MathSetConstant(instance.handle, qmeProcessBayerInterpolate, shifted ? 4.0 : 0.0);
     for (int32_t code : {qmeConstBayerGainRed, qmeConstBayerGainGreen, qmeConstBayerGainBlue})
         MathSetConstant(instance.handle, code, 0.9);
+    if (state.range(0) == 2)
+        for (int32_t code : {qmeConstBayerOffsetRed, qmeConstBayerOffsetGreen, qmeConstBayerOffsetBlue})
+            MathSetConstant(instance.handle, code, 64.0);
     MathSetConstant(instance.handle, qmeConstBayerPhase, 2.0);
     MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
     for (auto _ : state) {
@@ -28,8 +32,8 @@ template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * pixels);
     qmbench::SetBytes(state, mosaic.bytes() + static_cast<size_t>(pixels) * 3);
 }
-BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
 
 template <int32_t Type> void BM_BayerSimple(benchmark::State& state) {
     qmbench::Frame mosaic(Type), image(qmeTypeRgb24, qmbench::kSide / 2, qmbench::kSide / 2);

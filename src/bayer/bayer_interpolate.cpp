@@ -20,27 +20,13 @@
 #include "bayer/bayer.h"
 #include "bayer/channel_rule.h"
 #include "bayer/mosaic_arith.h"
+#include "bayer/native_colour.h"
+#include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
 
 namespace qm {
 namespace {
-
-// Native colour of an interior position. GreenR is green in a row whose other samples are red,
-// GreenB green in a row whose other samples are blue.
-enum class Native { Red, Blue, GreenR, GreenB };
-
-// Interior layout of a row: the native colours of its odd and even columns, or Repeat.
-enum class RowLayout : uint8_t { GreenRRed, BlueGreenB, GreenBBlue, RedGreenR, Repeat };
-
-// [phase][row parity] -> layout of the row's interior.
-constexpr RowLayout kLayouts[5][2] = {
-    {RowLayout::Repeat, RowLayout::Repeat},
-    {RowLayout::GreenRRed, RowLayout::BlueGreenB},  // 1: R G / G B
-    {RowLayout::BlueGreenB, RowLayout::GreenRRed},  // 2: G B / R G
-    {RowLayout::GreenBBlue, RowLayout::RedGreenR},  // 3: B G / G R
-    {RowLayout::RedGreenR, RowLayout::GreenBBlue},  // 4: G R / B G
-};
 
 constexpr int32_t kChunk = 256;  // pixels interpolated before the channel rule runs over them
 
@@ -116,41 +102,31 @@ QM_INLINE void InteriorPixel(const Sample* p, const Sample* c, const Sample* n, 
     using S = Sample;
     using A = MosaicArith<Sample>;
     const auto R = [](Sample s) { return A::Read(s); };
-    if constexpr (K == Native::Red || K == Native::Blue) {
-        const int32_t own = Val<S>(R(c[j]));
-        const int32_t cross = Div<S, 4>(Add<S>(Add<S>(R(c[j - 1]), R(c[j + 1])), Add<S>(R(p[j]), R(n[j]))));
-        const int32_t diagonal =
-            Div<S, 4>(Add<S>(Add<S>(R(p[j - 1]), R(p[j + 1])), Add<S>(R(n[j - 1]), R(n[j + 1]))));
-        if constexpr (K == Native::Red)
-            v.Set(at, diagonal, cross, own);
-        else
-            v.Set(at, own, cross, diagonal);
-    } else {
-        const int32_t own = Val<S>(R(c[j]));
-        const int32_t across = Div<S, 2>(Add<S>(R(c[j - 1]), R(c[j + 1])));
-        const int32_t vertical = Div<S, 2>(Add<S>(R(p[j]), R(n[j])));
-        if constexpr (K == Native::GreenR)
-            v.Set(at, vertical, own, across);
-        else
-            v.Set(at, across, own, vertical);
-    }
+    const Sum<S> across = Add<S>(R(c[j - 1]), R(c[j + 1])), vertical = Add<S>(R(p[j]), R(n[j]));
+    const int32_t means[kMeans] = {
+        Val<S>(R(c[j])), Div<S, 4>(Add<S>(across, vertical)),
+        Div<S, 4>(Add<S>(Add<S>(R(p[j - 1]), R(p[j + 1])), Add<S>(R(n[j - 1]), R(n[j + 1])))), Div<S, 2>(across),
+        Div<S, 2>(vertical)};
+    constexpr ColourMeans kTake = MeansOf(K);
+    v.Set(at, means[kTake.blue], means[kTake.green], means[kTake.red]);
 }
 
-// Interior columns [from, to) of a row whose odd columns are Odd and even columns Even; plane
-// index = column - base. Columns go in pairs (odd, even), so the loop holds no colour test.
-template <Native Odd, Native Even, class Sample>
+// Interior columns [from, to) of a row of the given layout; plane index = column - base. Columns
+// go in pairs (odd, even), so the loop holds no colour test.
+template <RowLayout Layout, class Sample>
 QM_INLINE void InteriorRun(const Sample* p, const Sample* c, const Sample* n, int64_t from, int64_t to, int64_t base,
                            Planes& v) noexcept {
+    constexpr Native kOdd = LayoutColumns<Layout>::odd, kEven = LayoutColumns<Layout>::even;
     int64_t j = from;
     if (j < to && j % 2 == 0) {
-        InteriorPixel<Even>(p, c, n, j, v, static_cast<int32_t>(j - base));
+        InteriorPixel<kEven>(p, c, n, j, v, static_cast<int32_t>(j - base));
         ++j;
     }
     for (; j + 1 < to; j += 2) {
-        InteriorPixel<Odd>(p, c, n, j, v, static_cast<int32_t>(j - base));
-        InteriorPixel<Even>(p, c, n, j + 1, v, static_cast<int32_t>(j + 1 - base));
+        InteriorPixel<kOdd>(p, c, n, j, v, static_cast<int32_t>(j - base));
+        InteriorPixel<kEven>(p, c, n, j + 1, v, static_cast<int32_t>(j + 1 - base));
     }
-    if (j < to) InteriorPixel<Odd>(p, c, n, j, v, static_cast<int32_t>(j - base));
+    if (j < to) InteriorPixel<kOdd>(p, c, n, j, v, static_cast<int32_t>(j - base));
 }
 
 // The channel rule over a run of pixels, written as blue, green, red bytes.
@@ -167,8 +143,40 @@ template <class Sample> struct Job {
     Mosaic<Sample> mosaic;
     uint8_t* out;
     BayerChannels channels;
-    RowLayout layout[2];  // by row parity
+    RowLayout layout[2];                  // by row parity
+    InteriorRowFn<Sample> vectorRow[2];   // by row parity: the interior's vector kernel, or null
+    int64_t vectorWidth;                  // pixels per run of the vector kernel
 };
+
+// Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
+// kernel): interior columns by the row's layout, the edge columns from `first` and `last`.
+template <class Sample, class Rule>
+QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t first[3], const int32_t last[3],
+                             int64_t done, uint8_t* out, Planes& v) noexcept {
+    const Mosaic<Sample>& m = job.mosaic;
+    const int64_t w = m.width, perRow = std::max<int64_t>(w, 2);
+    const Sample* p = m.Row(i - 1);
+    const Sample* c = m.Row(i);
+    const Sample* n = m.Row(i + 1);
+    // Chunks from column 0; when the vector kernel wrote columns from 1, column 0 is a chunk of its
+    // own and the next starts at `done`.
+    for (int64_t base = 0, end = 0; base < perRow; base = end == 1 ? done : end) {
+        end = base == 0 && done > 1 ? 1 : std::min<int64_t>(base + kChunk, perRow);
+        const int64_t from = std::max<int64_t>(base, 1), to = std::min<int64_t>(end, w - 1);
+        switch (job.layout[i % 2]) {
+            case RowLayout::GreenRRed: InteriorRun<RowLayout::GreenRRed>(p, c, n, from, to, base, v); break;
+            case RowLayout::BlueGreenB: InteriorRun<RowLayout::BlueGreenB>(p, c, n, from, to, base, v); break;
+            case RowLayout::GreenBBlue: InteriorRun<RowLayout::GreenBBlue>(p, c, n, from, to, base, v); break;
+            case RowLayout::RedGreenR: InteriorRun<RowLayout::RedGreenR>(p, c, n, from, to, base, v); break;
+            case RowLayout::Repeat:
+                for (int64_t j = from; j < to; ++j) v.Set(static_cast<int32_t>(j - base), first[0], first[1], first[2]);
+                break;
+        }
+        if (base == 0) v.Set(0, first[0], first[1], first[2]);
+        if (end == perRow) v.Set(static_cast<int32_t>(perRow - 1 - base), last[0], last[1], last[2]);
+        StoreRun<Rule>(out + 3 * base, v, static_cast<int32_t>(end - base), job.channels);
+    }
+}
 
 template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sample>& job, Rule) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
@@ -184,30 +192,19 @@ template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sam
     }
     out += 3 * perRow;
 
+    // The vector kernel takes whole runs of interior columns from column 1; the edge columns and
+    // the interior's remainder go through the planes.
+    const int64_t runs = job.vectorWidth > 0 ? (w - 2) / job.vectorWidth : 0;
     for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
-        const Sample* p = m.Row(i - 1);
-        const Sample* c = m.Row(i);
-        const Sample* n = m.Row(i + 1);
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
-        const RowLayout layout = job.layout[i % 2];
-        for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
-            const int64_t k1 = std::min<int64_t>(k0 + kChunk, perRow);
-            const int64_t from = std::max<int64_t>(k0, 1), to = std::min<int64_t>(k1, w - 1);
-            switch (layout) {
-                case RowLayout::GreenRRed: InteriorRun<Native::GreenR, Native::Red>(p, c, n, from, to, k0, v); break;
-                case RowLayout::BlueGreenB: InteriorRun<Native::Blue, Native::GreenB>(p, c, n, from, to, k0, v); break;
-                case RowLayout::GreenBBlue: InteriorRun<Native::GreenB, Native::Blue>(p, c, n, from, to, k0, v); break;
-                case RowLayout::RedGreenR: InteriorRun<Native::Red, Native::GreenR>(p, c, n, from, to, k0, v); break;
-                case RowLayout::Repeat:
-                    for (int64_t j = from; j < to; ++j) v.Set(static_cast<int32_t>(j - k0), first[0], first[1], first[2]);
-                    break;
-            }
-            if (k0 == 0) v.Set(0, first[0], first[1], first[2]);
-            if (k1 == perRow) v.Set(static_cast<int32_t>(perRow - 1 - k0), last[0], last[1], last[2]);
-            StoreRun<Rule>(out + 3 * k0, v, static_cast<int32_t>(k1 - k0), job.channels);
+        int64_t done = 1;  // columns [1, done) are written by the vector kernel
+        if (const InteriorRowFn<Sample> row = job.vectorRow[i % 2]; row != nullptr && runs > 0) {
+            row(m.Row(i - 1), m.Row(i), m.Row(i + 1), runs, out, job.channels);
+            done = 1 + runs * job.vectorWidth;
         }
+        ScalarColumns<Sample, Rule>(job, i, first, last, done, out, v);
     }
 }
 
@@ -247,16 +244,28 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
     ch.green = {params.gain[1], params.offset[1], params.offset[1]};
     ch.blue = {params.gain[2], params.offset[2], 0};
     using A = MosaicArith<Sample>;
-    bool narrow = true;
+    bool narrow = true, signedMultiplicands = true;
     for (const BayerChannel& c : {ch.blue, ch.green, ch.red}) {
         const double bound = shifted ? ShiftedBound(A::kLow, A::kHigh, c) : PlainBound(A::kLow, A::kHigh, c);
         narrow = narrow && NarrowSuffices(bound, c.gain);
+        // The vector kernels hold the unshifted rule's unsigned multiplicand in a signed lane.
+        signedMultiplicands = signedMultiplicands && (shifted || bound < 0x1p31);
     }
     const uint16_t phase = params.phase <= 4 ? params.phase : 0;
     Job<Sample> job{{static_cast<const Sample*>(src->pData), w, h},
                     static_cast<uint8_t*>(dst->pData),
                     ch,
-                    {kLayouts[phase][0], kLayouts[phase][1]}};
+                    {kLayouts[phase][0], kLayouts[phase][1]},
+                    {nullptr, nullptr},
+                    0};
+    const VectorRows* vector = ActiveVectorRows();
+    if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {
+        const bool wide = !(narrow && signedMultiplicands);
+        for (int parity = 0; parity < 2; ++parity)
+            if (job.layout[parity] != RowLayout::Repeat)
+                job.vectorRow[parity] = rows->row[shifted][wide][static_cast<int>(job.layout[parity])];
+        job.vectorWidth = vector->width;
+    }
     kReconstruct<Sample>[shifted][narrow](job);
     return Status::Ok;
 }

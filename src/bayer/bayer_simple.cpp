@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "bayer/bayer.h"
+#include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
 
@@ -56,17 +57,25 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     const uint64_t bytes = static_cast<uint64_t>(stride) * src->nHeight * ElementSize(src->eType);
     const BoundedSamples sample(static_cast<const uint16_t*>(src->pData), bytes / sizeof(uint16_t));
     uint8_t* out = static_cast<uint8_t*>(dst->pData);
+    const VectorRows* vector = ActiveVectorRows();
+    const uint32_t runWidth = vector != nullptr ? static_cast<uint32_t>(vector->width) : 0;
     for (uint32_t y = 0; y + 1 < height; ++y) {
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;
         const int64_t bottom = top + stride;
         uint8_t* row = out + static_cast<size_t>(y) * width * 3;
         if (width == 0) continue;
         if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
-            // The whole row of cells lies inside the source.
+            // The whole row of cells lies inside the source: whole runs go to the vector kernel.
             const uint16_t* a = static_cast<const uint16_t*>(src->pData) + top;
             const uint16_t* b = static_cast<const uint16_t*>(src->pData) + bottom;
-            for (uint32_t x = 0; x < width; ++x, a += 2, b += 2)
-                PutPixel(row + 3 * static_cast<size_t>(x), b[0], (a[0] + uint32_t{b[1]}) / 2, a[1], shift);
+            uint32_t x = 0;
+            if (runWidth > 0 && width >= runWidth) {
+                const uint32_t runs = width / runWidth;
+                vector->bin(a, b, runs, row, shift & 31u);
+                x = runs * runWidth;
+            }
+            for (; x < width; ++x)
+                PutPixel(row + 3 * static_cast<size_t>(x), b[2 * x], (a[2 * x] + uint32_t{b[2 * x + 1]}) / 2, a[2 * x + 1], shift);
         } else {
             for (uint32_t x = 0; x < width; ++x) {
                 const int64_t c = 2 * static_cast<int64_t>(x);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bayer/bayer.h"
+#include "core/cpu.h"
 
 namespace qmtest {
 
@@ -18,5 +19,16 @@ void ReferenceInterpolate(std::vector<uint8_t>& out, const std::vector<Sample>& 
 // Output bytes of the 2 x 2 binning into a width x height destination.
 void ReferenceSimple(std::vector<uint8_t>& out, uint32_t width, uint32_t height, const std::vector<uint16_t>& mosaic,
                      uint32_t sourceWidth, uint32_t sourceHeight, uint16_t shift);
+
+// Runs the engines on one instruction set for the scope's life.
+class ScopedIsa {
+public:
+    explicit ScopedIsa(qm::Isa isa) { qm::SetActiveIsa(isa); }
+    ~ScopedIsa() { qm::SetActiveIsa(qm::DetectedIsa()); }
+    ScopedIsa(const ScopedIsa&) = delete;
+    ScopedIsa& operator=(const ScopedIsa&) = delete;
+};
+
+inline constexpr qm::Isa kEveryIsa[] = {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512};
 
 }  // namespace qmtest

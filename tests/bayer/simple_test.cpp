@@ -44,22 +44,30 @@ TEST(BayerSimple, Cases) {
     }
 }
 
-// Any destination size, including ones larger than the source can feed (read as 0 past it), and
-// the refusals.
+// Any destination size, including ones larger than the source can feed (read as 0 past it), on
+// every instruction set; every third trial is a wide mosaic whose rows hold several vector runs
+// and a remainder.
 TEST(BayerSimple, MatchesReferenceAndWritesNothingElse) {
     std::mt19937_64 rng(11);
     for (int trial = 0; trial < 300; ++trial) {
-        const uint32_t sw = static_cast<uint32_t>(rng() % 12), sh = static_cast<uint32_t>(rng() % 12);
-        const uint32_t w = static_cast<uint32_t>(rng() % 9), h = static_cast<uint32_t>(rng() % 9);
+        const bool wide = trial % 3 == 0;
+        const uint32_t w = static_cast<uint32_t>(rng() % (wide ? 80 : 9)), h = static_cast<uint32_t>(rng() % 9);
+        const uint32_t sw = wide ? 2 * w + static_cast<uint32_t>(rng() % 3) : static_cast<uint32_t>(rng() % 12);
+        const uint32_t sh = static_cast<uint32_t>(rng() % 12);
         const uint16_t shift = static_cast<uint16_t>(rng() % 40);
         std::vector<uint16_t> mosaic(static_cast<size_t>(sw) * sh + 1);
         for (uint16_t& s : mosaic) s = static_cast<uint16_t>(rng());
-        std::vector<uint8_t> expected(3 * (static_cast<size_t>(w) * h + 2), kGuard), out(expected);
+        std::vector<uint8_t> expected(3 * (static_cast<size_t>(w) * h + 2), kGuard);
         qmtest::ReferenceSimple(expected, w, h, mosaic, sw, sh, shift);
         QmdDataStruct src = qmtest::Describe(mosaic, sw, sh, qmeTypeU16);
-        QmdDataStruct dst = qmtest::Describe(out, w, h, qmeTypeRgb24);
-        ASSERT_EQ(MathBayerSimple(&dst, &src, shift), qmeSuccess);
-        ASSERT_EQ(out, expected) << sw << 'x' << sh << " -> " << w << 'x' << h << " shift " << shift;
+        for (qm::Isa isa : qmtest::kEveryIsa) {
+            qmtest::ScopedIsa scoped(isa);
+            std::vector<uint8_t> out(expected.size(), kGuard);
+            QmdDataStruct dst = qmtest::Describe(out, w, h, qmeTypeRgb24);
+            ASSERT_EQ(MathBayerSimple(&dst, &src, shift), qmeSuccess);
+            ASSERT_EQ(out, expected) << sw << 'x' << sh << " -> " << w << 'x' << h << " shift " << shift << " isa "
+                                     << int(isa);
+        }
     }
     std::vector<uint16_t> mosaic = Counting(16);
     std::vector<uint8_t> out(12, kGuard);
