@@ -219,18 +219,18 @@ QM_INLINE D NarrowResult(const KernelArgs& k, size_t i, StoredBounds<D> c) noexc
 template <class R, DarkRule Dk, bool Flat, Stage St, class D>
 QM_INLINE bool BlockIsNarrow(const KernelArgs& k, size_t i0, size_t i1) noexcept {
     using T = NarrowTraits<R, Dk, Flat, St, D>;
-    unsigned wide = 0;
+    const double a = k.a, b = k.b;
+    // Two separate flags: masks of integer and of double compares mix badly in vectors.
+    unsigned wideBase = 0, wideResult = 0;
     for (size_t i = i0; i < i1; ++i) {
-        bool fits = true;
-        if constexpr (T::kTestsBase) fits = Fits29Bits(BaseValue<R, Dk>(k, i));
+        if constexpr (T::kTestsBase) wideBase |= Fits29Bits(BaseValue<R, Dk>(k, i)) ? 0u : 1u;
         if constexpr (T::kTestsConversion) {
             const double v = NarrowValue<R, Dk, Flat>(k, i);
-            const double converted = St == Stage::Clip && (v > k.b || v < k.a) ? 0.0 : v;
-            fits = fits & (std::fabs(converted) < 0x1p31);
+            const double converted = St == Stage::Clip && ((v > b) | (v < a)) ? 0.0 : v;  // clamped: a or b
+            wideResult |= std::fabs(converted) < 0x1p31 ? 0u : 1u;
         }
-        wide |= fits ? 0u : 1u;
     }
-    return wide == 0;
+    return (wideBase | wideResult) == 0;
 }
 
 // --- The loops -------------------------------------------------------------------------------------
