@@ -114,19 +114,23 @@ template <class R, DarkRule Dk, bool Flat> QM_INLINE long double LogArgument(con
     }
 }
 
-// The per-pixel rule: the result of pixel i converted to the output element D.
+// Kernels without a float: the low bits of the integer, or the integer converted to floating.
+template <class R, DarkRule Dk, class D> QM_INLINE D IntegerResult(const KernelArgs& k, size_t i) noexcept {
+    const auto v = BaseValue<R, Dk>(k, i);
+    if constexpr (kIsFloat<D>) {
+        return static_cast<D>(v);
+    } else {
+        return LowBits<D>(v);
+    }
+}
+
+// The general per-pixel rule: the result of pixel i converted to the output element D.
 template <class R, DarkRule Dk, bool Flat, Stage St, class D>
 QM_INLINE D Result(const KernelArgs& k, size_t i) noexcept {
     if constexpr (St == Stage::Log) {
         return StoreFloat<D>(Log10Extended(LogArgument<R, Dk, Flat>(k, i)));
     } else if constexpr (!Flat && St == Stage::None) {
-        // Integer only: the low bits, or the integer converted to floating.
-        const int64_t v = BaseValue<R, Dk>(k, i);
-        if constexpr (kIsFloat<D>) {
-            return static_cast<D>(v);
-        } else {
-            return LowBits<D>(v);
-        }
+        return IntegerResult<R, Dk, D>(k, i);
     } else {
         const Exact v = CorrectedValue<R, Dk, Flat>(k, i);
         if constexpr (St == Stage::Threshold) {
@@ -198,12 +202,7 @@ template <class D> struct StoredBounds {
 template <class R, DarkRule Dk, bool Flat, Stage St, class D>
 QM_INLINE D NarrowResult(const KernelArgs& k, size_t i, StoredBounds<D> c) noexcept {
     if constexpr (!Flat && St == Stage::None) {
-        const auto v = BaseValue<R, Dk>(k, i);
-        if constexpr (kIsFloat<D>) {
-            return static_cast<D>(v);
-        } else {
-            return LowBits<D>(v);
-        }
+        return IntegerResult<R, Dk, D>(k, i);
     } else {
         const double v = NarrowValue<R, Dk, Flat>(k, i);
         if constexpr (St == Stage::Threshold) {
