@@ -1,11 +1,14 @@
 // The online kernel: one template over (pixel reader, dark rule, flat field, final stage, mode,
 // output element), and the table of its instantiations that a pipeline picks from once a frame.
 //
-// The per-pixel rule (Result) is written once; KernelLoop applies it over the frame and is the
-// one place a faster loop would go. Every combination is its own function, so the loop carries no
-// option tests.
+// The per-pixel rule is written twice: Result is the general one, exact for every value; the
+// narrow one holds for blocks whose values are small enough that a plain double product is exact
+// and every converted value fits int32, and vectorises. KernelLoop tests each block (in the first-
+// level cache, so the test costs no memory traffic) and takes the narrow rule where it may. Every
+// combination is its own function, so the loops carry no option tests.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -47,15 +50,20 @@ constexpr int OutputClassOf(int32_t type) noexcept {
     return type >= 1 && type <= 8 ? kClass[type] : -1;
 }
 
-// The integer the arithmetic starts from: the source pixel, less the dark pixel if there is one.
-template <class R, DarkRule Dk> QM_INLINE int64_t BaseValue(const KernelArgs& k, size_t i) noexcept {
-    const int64_t s = R::Read(k.src, i);
+// The integer the arithmetic starts from: the source pixel, less the dark pixel if there is one,
+// in the narrowest type that holds it.
+template <class R, DarkRule Dk>
+using BaseType = std::conditional_t<Dk == DarkRule::Off, typename R::Value,
+                                    std::conditional_t<Dk == DarkRule::Wrap, int32_t, int64_t>>;
+
+template <class R, DarkRule Dk> QM_INLINE BaseType<R, Dk> BaseValue(const KernelArgs& k, size_t i) noexcept {
+    const auto s = R::Read(k.src, i);
     if constexpr (Dk == DarkRule::Off) {
         return s;
     } else if constexpr (Dk == DarkRule::Wrap) {
         return static_cast<int32_t>(static_cast<uint32_t>(s) - static_cast<uint32_t>(k.dark[i]));
     } else {
-        return s - k.dark[i];
+        return int64_t{s} - k.dark[i];
     }
 }
 
@@ -106,19 +114,23 @@ template <class R, DarkRule Dk, bool Flat> QM_INLINE long double LogArgument(con
     }
 }
 
-// The per-pixel rule: the result of pixel i converted to the output element D.
+// Kernels without a float: the low bits of the integer, or the integer converted to floating.
+template <class R, DarkRule Dk, class D> QM_INLINE D IntegerResult(const KernelArgs& k, size_t i) noexcept {
+    const auto v = BaseValue<R, Dk>(k, i);
+    if constexpr (kIsFloat<D>) {
+        return static_cast<D>(v);
+    } else {
+        return LowBits<D>(v);
+    }
+}
+
+// The general per-pixel rule: the result of pixel i converted to the output element D.
 template <class R, DarkRule Dk, bool Flat, Stage St, class D>
 QM_INLINE D Result(const KernelArgs& k, size_t i) noexcept {
     if constexpr (St == Stage::Log) {
         return StoreFloat<D>(Log10Extended(LogArgument<R, Dk, Flat>(k, i)));
     } else if constexpr (!Flat && St == Stage::None) {
-        // Integer only: the low bits, or the integer converted to floating.
-        const int64_t v = BaseValue<R, Dk>(k, i);
-        if constexpr (kIsFloat<D>) {
-            return static_cast<D>(v);
-        } else {
-            return LowBits<D>(v);
-        }
+        return IntegerResult<R, Dk, D>(k, i);
     } else {
         const Exact v = CorrectedValue<R, Dk, Flat>(k, i);
         if constexpr (St == Stage::Threshold) {
@@ -137,13 +149,127 @@ QM_INLINE D Result(const KernelArgs& k, size_t i) noexcept {
 // their own precision.
 template <class D> QM_INLINE D AddInto(D old, D r) noexcept { return static_cast<D>(old + r); }
 
-template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D>
-QM_INLINE void KernelLoop(const KernelArgs& k) noexcept {
-    const size_t n = k.n;
-    for (size_t i = 0; i < n; ++i) {
-        D r = Result<R, Dk, Flat, St, D>(k, i);
-        if constexpr (Acc) r = AddInto<D>(LoadAt<D>(k.out, i), r);
+// --- The narrow rule ------------------------------------------------------------------------------
+
+// What the narrow rule needs of a block: integer values of at most 29 bits (a product with a
+// float factor is then exact in double, and the value converts through int32), and, for integer
+// outputs of a product, every value that is converted within int32. Kernels without a float
+// never need a test; the logarithm and the luminance reader have no narrow rule.
+template <class R, DarkRule Dk, bool Flat, Stage St, class D> struct NarrowTraits {
+    static constexpr bool kIntegerOnly = !Flat && St == Stage::None;
+    static constexpr bool kTestsBase = !kIntegerOnly && kBaseBits<R, Dk> > 29;
+    static constexpr bool kTestsConversion = !kIsFloat<D> && Flat && St != Stage::Threshold;
+    static constexpr bool kTestsBlocks = kTestsBase || kTestsConversion;
+    static constexpr bool kExists = St != Stage::Log && !std::is_same_v<R, ReadColourLuminance>;
+};
+
+template <class B> QM_INLINE bool Fits29Bits(B b) noexcept {
+    using U = std::make_unsigned_t<B>;
+    constexpr U kLimit = U{1} << 29;
+    if constexpr (std::is_unsigned_v<B>) {
+        return b < kLimit;
+    } else {
+        return static_cast<U>(static_cast<U>(b) + kLimit) < 2 * kLimit;
+    }
+}
+
+// The value before the final stage as a double: exact once the block has passed its test. The
+// conversion goes through int32, which every instruction set converts in vectors.
+template <class R, DarkRule Dk, bool Flat> QM_INLINE double NarrowValue(const KernelArgs& k, size_t i) noexcept {
+    const double v = static_cast<double>(static_cast<int32_t>(BaseValue<R, Dk>(k, i)));
+    if constexpr (Flat) {
+        return v * static_cast<double>(k.flat[i]);
+    } else {
+        return v;
+    }
+}
+
+// An exact double into D; integer outputs rely on the block's test that it fits int32.
+template <class D> QM_INLINE D ConvertNarrow(double v) noexcept {
+    if constexpr (kIsFloat<D>) {
+        return static_cast<D>(v);
+    } else {
+        return LowBits<D>(static_cast<int32_t>(v));
+    }
+}
+
+// The clip bounds as stored in D, converted once a frame.
+template <class D> struct StoredBounds {
+    D a;
+    D b;
+};
+
+template <class R, DarkRule Dk, bool Flat, Stage St, class D>
+QM_INLINE D NarrowResult(const KernelArgs& k, size_t i, StoredBounds<D> c) noexcept {
+    if constexpr (!Flat && St == Stage::None) {
+        return IntegerResult<R, Dk, D>(k, i);
+    } else {
+        const double v = NarrowValue<R, Dk, Flat>(k, i);
+        if constexpr (St == Stage::Threshold) {
+            return v > k.a ? D{1} : D{0};
+        } else if constexpr (St == Stage::Clip) {
+            return v > k.b ? c.b : v < k.a ? c.a : ConvertNarrow<D>(v);  // the upper bound is tested first
+        } else {
+            return ConvertNarrow<D>(v);
+        }
+    }
+}
+
+template <class R, DarkRule Dk, bool Flat, Stage St, class D>
+QM_INLINE bool BlockIsNarrow(const KernelArgs& k, size_t i0, size_t i1) noexcept {
+    using T = NarrowTraits<R, Dk, Flat, St, D>;
+    const double a = k.a, b = k.b;
+    // Two separate flags: masks of integer and of double compares mix badly in vectors.
+    unsigned wideBase = 0, wideResult = 0;
+    for (size_t i = i0; i < i1; ++i) {
+        if constexpr (T::kTestsBase) wideBase |= Fits29Bits(BaseValue<R, Dk>(k, i)) ? 0u : 1u;
+        if constexpr (T::kTestsConversion) {
+            const double v = NarrowValue<R, Dk, Flat>(k, i);
+            const double converted = St == Stage::Clip && ((v > b) | (v < a)) ? 0.0 : v;  // clamped: a or b
+            wideResult |= std::fabs(converted) < 0x1p31 ? 0u : 1u;
+        }
+    }
+    return (wideBase | wideResult) == 0;
+}
+
+// --- The loops -------------------------------------------------------------------------------------
+
+// Pixels per block of the narrow test: the block is read twice, the second time from the cache.
+inline constexpr size_t kBlockPixels = 512;
+
+template <class D, class Rule> QM_INLINE void StoreLoop(const KernelArgs& k, size_t i0, size_t i1, bool accumulate, Rule rule) noexcept {
+    for (size_t i = i0; i < i1; ++i) {
+        D r = rule(i);
+        if (accumulate) r = AddInto<D>(LoadAt<D>(k.out, i), r);
         StoreAt<D>(k.out, i, r);
+    }
+}
+
+template <class R, DarkRule Dk, bool Flat, Stage St, bool Acc, class D>
+QM_INLINE void KernelLoop(const KernelArgs& args) noexcept {
+    // A local copy: stores through the output's bytes cannot change it, so the loops need not
+    // reload the pointers after each store.
+    const KernelArgs k = args;
+    const auto general = [&k](size_t i) { return Result<R, Dk, Flat, St, D>(k, i); };
+    using T = NarrowTraits<R, Dk, Flat, St, D>;
+    if constexpr (!T::kExists) {
+        StoreLoop<D>(k, 0, k.n, Acc, general);
+    } else {
+        StoredBounds<D> c{};
+        if constexpr (St == Stage::Clip) c = {StoreFloat<D>(k.a), StoreFloat<D>(k.b)};
+        const auto narrow = [&k, c](size_t i) { return NarrowResult<R, Dk, Flat, St, D>(k, i, c); };
+        if constexpr (!T::kTestsBlocks) {
+            StoreLoop<D>(k, 0, k.n, Acc, narrow);
+        } else {
+            for (size_t i0 = 0; i0 < k.n; i0 += kBlockPixels) {
+                const size_t i1 = std::min(k.n, i0 + kBlockPixels);
+                if (BlockIsNarrow<R, Dk, Flat, St, D>(k, i0, i1)) {
+                    StoreLoop<D>(k, i0, i1, Acc, narrow);
+                } else {
+                    StoreLoop<D>(k, i0, i1, Acc, general);
+                }
+            }
+        }
     }
 }
 

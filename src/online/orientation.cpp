@@ -41,19 +41,52 @@ template <size_t N> void MirrorRows(unsigned char* p, size_t rowCells, size_t ro
     for (size_t r = 0; r < rows; ++r) ReverseCells<N>(p + r * rowCells * N, rowCells);
 }
 
-// Cell (r, c) of a w x h frame goes to position c x h + r; every position is written once, so
-// the order of the writes does not matter and tiles keep both sides in cache.
+// Square tiles of whole cache lines' worth of cells, moved through two local buffers: a tile's
+// rows are read and written whole, so the columns of a frame whose rows are a power of two apart
+// never crowd one cache set, and the transposition itself runs in the first-level cache.
+template <size_t N> inline constexpr size_t kTile = N == 1 ? 64 : 128 / N;
+
+template <size_t N> struct Tile {
+    Cell<N> cell[kTile<N>][kTile<N>];
+};
+
+// Reads the rows x cols tile at p (rows `stride` cells apart) into t transposed: t[c][r] = p(r, c).
+template <size_t N> void LoadTransposed(Tile<N>& t, const unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
+    Tile<N> in;
+    for (size_t r = 0; r < rows; ++r) std::memcpy(in.cell[r], p + r * stride * N, cols * N);
+    for (size_t c = 0; c < cols; ++c)
+        for (size_t r = 0; r < rows; ++r) t.cell[c][r] = in.cell[r][c];
+}
+
+// Writes the first rows x cols cells of t at p, rows `stride` cells apart.
+template <size_t N> void StoreTile(const Tile<N>& t, unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
+    for (size_t r = 0; r < rows; ++r) std::memcpy(p + r * stride * N, t.cell[r], cols * N);
+}
+
+// Cell (r, c) of a w x h frame goes to position c x h + r. A square frame is transposed in place,
+// tile (i, j) swapping with tile (j, i); any other goes through tmp and is copied back.
 template <size_t N> void TransposeCells(unsigned char* p, unsigned char* tmp, size_t w, size_t h) noexcept {
-    constexpr size_t kTile = 32;
-    for (size_t r0 = 0; r0 < h; r0 += kTile) {
-        const size_t r1 = std::min(h, r0 + kTile);
-        for (size_t c0 = 0; c0 < w; c0 += kTile) {
-            const size_t c1 = std::min(w, c0 + kTile);
-            for (size_t r = r0; r < r1; ++r)
-                for (size_t c = c0; c < c1; ++c) Put<N>(tmp, c * h + r, Get<N>(p, r * w + c));
+    constexpr size_t T = kTile<N>;
+    Tile<N> a, b;
+    for (size_t r0 = 0; r0 < h; r0 += T) {
+        const size_t rows = std::min(T, h - r0);
+        for (size_t c0 = (w == h ? r0 : 0); c0 < w; c0 += T) {
+            const size_t cols = std::min(T, w - c0);
+            unsigned char* tileA = p + (r0 * w + c0) * N;
+            LoadTransposed<N>(a, tileA, w, rows, cols);
+            if (w != h) {
+                StoreTile<N>(a, tmp + (c0 * h + r0) * N, h, cols, rows);
+            } else if (c0 == r0) {
+                StoreTile<N>(a, tileA, w, cols, rows);
+            } else {
+                unsigned char* tileB = p + (c0 * w + r0) * N;
+                LoadTransposed<N>(b, tileB, w, cols, rows);
+                StoreTile<N>(a, tileB, w, cols, rows);
+                StoreTile<N>(b, tileA, w, rows, cols);
+            }
         }
     }
-    std::memcpy(p, tmp, w * h * N);
+    if (w != h) std::memcpy(p, tmp, w * h * N);
 }
 
 // The byte-wise transposition of 8-bit and colour frames: the e bytes of pixel (r, c) go to byte
@@ -103,7 +136,9 @@ Status OrientSource(QmdDataStruct& source, const FramePlan& plan, size_t cellByt
     const size_t w = source.nWidth, h = source.nHeight;
     auto* p = static_cast<unsigned char*>(source.pData);
     std::unique_ptr<unsigned char[]> tmp;
-    if (plan.transpose) {
+    // Square frames of whole cells are transposed in place; the others need the temporary.
+    const bool inPlace = w == h && (cellBytes != 0 || ElementSize(source.eType) == 1);
+    if (plan.transpose && !inPlace) {
         tmp.reset(new (std::nothrow) unsigned char[w * h * (cellBytes == 0 ? 1 : cellBytes)]);
         if (!tmp) return Status::MissingImage;
     }

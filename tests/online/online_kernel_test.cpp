@@ -2,6 +2,8 @@
 // on or off, final stage and mode, on boundary and random pixels, under every instruction set.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -17,12 +19,17 @@ namespace {
 using onlinemodel::Final;
 
 constexpr size_t kPixels = 131;  // odd: vector loops need their tails
+// Camera-like frames: small dark pixels and ordinary factors, long enough for several blocks of
+// the narrow rule, with one wild pixel that sends its block down the general one.
+constexpr size_t kCameraPixels = 1187;
+constexpr size_t kWildPixel = 700;
 
 struct Frames {
     std::vector<unsigned char> src;
     std::vector<int32_t> dark;
     std::vector<float> flat, gain;
     double tie = 0;  // the rounded value of pixel 8 times its flat factor 1 + 2^-23
+    size_t pixels = kPixels;
 };
 
 int PixelBytes(int srcType) { return srcType == 6 ? 1 : srcType == 15 || srcType == 11 ? 3 : (srcType == 8 || srcType == 3) ? 4 : 2; }
@@ -84,6 +91,30 @@ Frames MakeFrames(int srcType, uint32_t seed) {
     return f;
 }
 
+// Sources of up to 16 bits, dark pixels within 0 to 2999, factors within 0.5 to 2 and gains
+// within 1 to 8, except at kWildPixel (dark INT32_MIN, factor 3e38).
+Frames MakeCameraFrames(int srcType, uint32_t seed) {
+    std::mt19937 rng(seed);
+    Frames f;
+    f.pixels = kCameraPixels;
+    const int bytes = PixelBytes(srcType);
+    f.src.resize(f.pixels * bytes);
+    f.dark.resize(f.pixels);
+    f.flat.resize(f.pixels);
+    f.gain.resize(f.pixels);
+    for (size_t i = 0; i < f.pixels; ++i) {
+        const uint32_t v = rng() & (bytes == 1 ? 0xFFu : 0xFFFFu);
+        std::memcpy(&f.src[i * bytes], &v, std::min(bytes, 4));
+        if (bytes == 3) f.src[i * 3 + 2] = static_cast<unsigned char>(rng());
+        f.dark[i] = static_cast<int32_t>(rng() % 3000);
+        f.flat[i] = 0.5f + static_cast<float>(rng() & 0xFFFFFF) * 0x1.8p-24f;
+        f.gain[i] = 1.0f + static_cast<float>(rng() % 7);
+    }
+    f.dark[kWildPixel] = INT32_MIN;
+    f.flat[kWildPixel] = 3e38f;
+    return f;
+}
+
 qm::Status RunPipeline(qm::OnlineFrame& frame, int srcType) {
     if (srcType == 6 || srcType == 15) {
         frame.colourFlag = srcType == 15 ? 1 : 0;
@@ -102,18 +133,23 @@ TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
     int checked = 0;
     for (qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
         if (qm::SetActiveIsa(isa) != isa) continue;
-        for (int srcType : {7, 2, 11, 8, 3, 6, 15}) {
-            const Frames f = MakeFrames(srcType, static_cast<uint32_t>(srcType) * 7919u);
+        for (int family = 0; family < 14; ++family) {
+            const int srcType = std::array{7, 2, 11, 8, 3, 6, 15}[family % 7];
+            const bool camera = family >= 7;
+            const uint32_t seed = static_cast<uint32_t>(srcType) * 7919u;
+            const Frames f = camera ? MakeCameraFrames(srcType, seed) : MakeFrames(srcType, seed);
             std::vector<unsigned char> srcCopy = f.src;
             // A bound equal to the rounded value of one pixel: its exact rest decides the comparison.
-            const Bounds bounds[] = {{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
+            // Camera frames: bounds inside the values, and bounds that store outside int32.
+            const std::vector<Bounds> bounds = camera ? std::vector<Bounds>{{1000.5, 3000.0}, {3e9, -3e9}}
+                                                      : std::vector<Bounds>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
             for (int outType = 1; outType <= 8; ++outType) {
                 const int size = onlinemodel::OutputSize(outType);
-                std::vector<unsigned char> old(kPixels * size);
+                std::vector<unsigned char> old(f.pixels * size);
                 std::mt19937 rng(static_cast<uint32_t>(outType * 31 + srcType));
                 for (auto& byte : old) byte = static_cast<unsigned char>(rng());
                 if (outType == 4 || outType == 5) {  // keep old floats finite and ordinary
-                    for (size_t i = 0; i < kPixels; ++i) {
+                    for (size_t i = 0; i < f.pixels; ++i) {
                         const double d = static_cast<double>(rng() % 100000) - 50000.0;
                         if (outType == 4) { const float x = static_cast<float>(d); std::memcpy(&old[i * 4], &x, 4); }
                         else std::memcpy(&old[i * 8], &d, 8);
@@ -131,25 +167,25 @@ TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
                         if (o.final == Final::Log) options |= qm::kOnlineLog10;
                         if (o.final == Final::Threshold) options |= qm::kOnlineThreshold;
                         if (o.final == Final::Clip) options |= qm::kOnlineClipRange;
-                        const size_t boundCount = (o.final == Final::Threshold || o.final == Final::Clip) ? std::size(bounds) : 1;
+                        const size_t boundCount = (o.final == Final::Threshold || o.final == Final::Clip) ? bounds.size() : 1;
                         for (size_t bi = 0; bi < boundCount; ++bi) {
                             const Bounds bd = bounds[bi];
                             std::vector<unsigned char> expected = old;
                             std::vector<unsigned char> one(8);
-                            for (size_t i = 0; i < kPixels; ++i) {
+                            for (size_t i = 0; i < f.pixels; ++i) {
                                 onlinemodel::ModelPixel(one.data(), outType, f.src.data(), srcType, i, f.dark.data(),
                                                         f.flat.data(), f.gain.data(), bd.a, bd.b, o);
                                 if (o.accumulate) onlinemodel::AddStored(&expected[i * size], outType, one.data());
                                 else std::memcpy(&expected[i * size], one.data(), size);
                             }
                             std::vector<unsigned char> out = old;
-                            QmdDataStruct srcDesc{srcCopy.data(), static_cast<uint32_t>(kPixels), 1, srcType, 1, {}};
+                            QmdDataStruct srcDesc{srcCopy.data(), static_cast<uint32_t>(f.pixels), 1, srcType, 1, {}};
                             std::vector<int32_t> dark = f.dark;
                             std::vector<float> flat = f.flat, gain = f.gain;
-                            QmdDataStruct darkDesc{dark.data(), static_cast<uint32_t>(kPixels), 1, 3, 1, {}};
-                            QmdDataStruct flatDesc{flat.data(), static_cast<uint32_t>(kPixels), 1, 4, 1, {}};
-                            QmdDataStruct gainDesc{gain.data(), static_cast<uint32_t>(kPixels), 1, 4, 1, {}};
-                            QmdDataStruct outDesc{out.data(), static_cast<uint32_t>(kPixels), 1, outType, 1, {}};
+                            QmdDataStruct darkDesc{dark.data(), static_cast<uint32_t>(f.pixels), 1, 3, 1, {}};
+                            QmdDataStruct flatDesc{flat.data(), static_cast<uint32_t>(f.pixels), 1, 4, 1, {}};
+                            QmdDataStruct gainDesc{gain.data(), static_cast<uint32_t>(f.pixels), 1, 4, 1, {}};
+                            QmdDataStruct outDesc{out.data(), static_cast<uint32_t>(f.pixels), 1, outType, 1, {}};
                             qm::OnlineFrame frame;
                             frame.options = options;
                             frame.source = &srcDesc;
@@ -163,7 +199,7 @@ TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
                             frame.frameNumber = mode == 2 ? 2 : 1;
                             ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
                             int shown = 0;
-                            for (size_t i = 0; i < kPixels && shown < 3; ++i) {
+                            for (size_t i = 0; i < f.pixels && shown < 3; ++i) {
                                 const bool same = std::memcmp(&out[i * size], &expected[i * size], size) == 0;
                                 bool bothNan = false;
                                 if (!same && outType == 4) { float x, y; std::memcpy(&x, &out[i * 4], 4); std::memcpy(&y, &expected[i * 4], 4); bothNan = std::isnan(x) && std::isnan(y); }

@@ -109,4 +109,25 @@ TEST(Orientation, AFrameProcessedTwiceIsFlippedTwice) {
     EXPECT_EQ(out, (std::vector<uint16_t>{1, 2, 3, 4, 5, 6}));
 }
 
+// Frames larger than the tiles the transposition moves, square (transposed in place) and not
+// (through the temporary), with partial tiles at the edges; byte frames square only.
+TEST(Orientation, TranspositionOfFramesSpanningSeveralTiles) {
+    const uint32_t shapes[][2] = {{150, 150}, {150, 67}, {67, 150}, {1, 200}, {200, 1}, {64, 64}};
+    for (int type : {7, 3, 6}) {
+        for (const auto& shape : shapes) {
+            const uint32_t w = shape[0], h = shape[1];
+            if (type == 6 && w != h) continue;  // byte frames that are not square map otherwise
+            OrientCase c{"transpose", type, w, h, kTranspose, {}, {}};
+            const uint32_t mask = type == 6 ? 0xFF : type == 7 ? 0xFFFF : 0xFFFFFFFF;
+            for (uint32_t i = 0; i < w * h; ++i) c.in.push_back((i * 2654435761u + 12345u) & mask);
+            c.expected.resize(c.in.size());
+            for (uint32_t r = 0; r < h; ++r)
+                for (uint32_t col = 0; col < w; ++col) c.expected[size_t{col} * h + r] = c.in[size_t{r} * w + col];
+            QmdDataStruct desc;
+            std::vector<unsigned char> buffer;
+            EXPECT_EQ(Orient(c, desc, buffer), c.expected) << "type " << type << " " << w << " x " << h;
+        }
+    }
+}
+
 }  // namespace
