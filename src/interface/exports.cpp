@@ -100,32 +100,16 @@ QM_API QmeErrorCode QM_CALL MathBayerInterpolate(QmdRgbTriple* out, uint32_t wid
 
 }  // extern "C"
 
-QM_API QmeErrorCode QM_CALL MathBayerInterpolateU8(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
-                                                   double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
-                                                   int16_t /*reserved*/, uint16_t phase) {
-    return BayerMember(qm::BayerInterpolate<uint8_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
-}
-
-QM_API QmeErrorCode QM_CALL MathBayerInterpolateU16(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
-                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
-                                                    int16_t /*reserved*/, uint16_t phase) {
-    return BayerMember(qm::BayerInterpolate<uint16_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
-}
-
-QM_API QmeErrorCode QM_CALL MathBayerInterpolateI16(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
-                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
-                                                    int16_t /*reserved*/, uint16_t phase) {
-    return BayerMember(qm::BayerInterpolate<int16_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
-}
-
-QM_API QmeErrorCode QM_CALL MathBayerInterpolateU32(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
-                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
-                                                    int16_t /*reserved*/, uint16_t phase) {
-    return BayerMember(qm::BayerInterpolate<uint32_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
-}
-
-QM_API QmeErrorCode QM_CALL MathBayerInterpolateI32(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1,
-                                                    double g2, double g3, int32_t o1, int32_t o2, int32_t o3,
-                                                    int16_t /*reserved*/, uint16_t phase) {
-    return BayerMember(qm::BayerInterpolate<int32_t>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);
-}
+// The five typed interpolating members: C++ linkage, one body each over its sample type.
+#define QM_EXPORT_BAYER_MEMBER(name, Sample)                                                                  \
+    QM_API QmeErrorCode QM_CALL name(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1, double g2, \
+                                     double g3, int32_t o1, int32_t o2, int32_t o3, int16_t /*reserved*/,          \
+                                     uint16_t phase) {                                                          \
+        return BayerMember(qm::BayerInterpolate<Sample>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);       \
+    }
+QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateU8, uint8_t)
+QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateU16, uint16_t)
+QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateI16, int16_t)
+QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateU32, uint32_t)
+QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateI32, int32_t)
+#undef QM_EXPORT_BAYER_MEMBER

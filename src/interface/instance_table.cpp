@@ -10,6 +10,25 @@ Instance g_table[kInstanceRecords];
 // The module's load notification: a process that loads the module starts with every slot free.
 [[gnu::constructor]] void OnModuleLoad() { ClearInUseFlags(); }
 
+// The fields a slot starts with and is left with: no process, no options, no images, a
+// frame count of 1. The Bayer parameters and the colour flag are not touched here.
+void ClearRecord(Instance& instance, uint32_t slot, uint32_t tag) noexcept {
+    instance.nSlot = slot;
+    instance.nTag = tag;
+    instance.nProcess = 0;
+    instance.nOptions = 0;
+    instance.dConstA = 0.0;
+    instance.dConstB = 0.0;
+    ReleaseOwnedImage(instance.pFlatFieldFrame);
+    ReleaseOwnedImage(instance.pDarkFrame);
+    ReleaseOwnedImage(instance.pGainFrame);
+    instance.pSourceFrame = nullptr;
+    instance.pOperand1 = nullptr;
+    instance.pOperand2 = nullptr;
+    instance.nFrameCount = 1;
+    instance.nFrameCounter = 0;
+}
+
 }  // namespace
 
 Instance& InstanceFor(QmHandle handle) noexcept { return g_table[handle & 0xFFu]; }
@@ -27,21 +46,7 @@ Status CreateInstance(uint32_t tag, QmHandle* handle) noexcept {
         uint8_t expected = 0;
         if (!instance.bInUse.compare_exchange_strong(expected, 1, std::memory_order_acq_rel)) continue;
         *handle = slot;
-        instance.nSlot = slot;
-        instance.nTag = tag;
-        instance.nProcess = 0;
-        instance.nOptions = 0;
-        instance.dConstA = 0.0;
-        instance.dConstB = 0.0;
-        // A slot's reference frames were released by MathDelete; none is left here.
-        ReleaseOwnedImage(instance.pFlatFieldFrame);
-        ReleaseOwnedImage(instance.pDarkFrame);
-        ReleaseOwnedImage(instance.pGainFrame);
-        instance.pSourceFrame = nullptr;
-        instance.pOperand1 = nullptr;
-        instance.pOperand2 = nullptr;
-        instance.nFrameCount = 1;
-        instance.nFrameCounter = 0;
+        ClearRecord(instance, slot, tag);  // MathDelete released the reference frames already
         instance.nColourFlag = 0;
         *handle |= tag;
         return Status::Ok;
@@ -51,20 +56,7 @@ Status CreateInstance(uint32_t tag, QmHandle* handle) noexcept {
 
 void DeleteInstance(QmHandle handle) noexcept {
     Instance& instance = InstanceFor(handle);
-    instance.nSlot = 0;
-    instance.nTag = 0;
-    instance.nProcess = 0;
-    instance.nOptions = 0;
-    instance.dConstA = 0.0;
-    instance.dConstB = 0.0;
-    ReleaseOwnedImage(instance.pFlatFieldFrame);
-    ReleaseOwnedImage(instance.pDarkFrame);
-    ReleaseOwnedImage(instance.pGainFrame);
-    instance.pSourceFrame = nullptr;
-    instance.pOperand1 = nullptr;
-    instance.pOperand2 = nullptr;
-    instance.nFrameCount = 1;
-    instance.nFrameCounter = 0;
+    ClearRecord(instance, 0, 0);
     instance.bInUse.store(0, std::memory_order_release);
 }
 
