@@ -67,7 +67,7 @@ template <class Sample, int D> QM_INLINE int32_t Div(Sum<Sample> a) noexcept {
 template <class Sample> QM_INLINE int32_t Val(Sum<Sample> a) noexcept { return MosaicArith<Sample>::Value(a); }
 
 // Row 0, output pixel k of n (n = max(W, 2)).
-template <class Sample> QM_INLINE void FirstRowPixel(const Mosaic<Sample>& m, int64_t k, int64_t n, Planes& v, int32_t at) noexcept {
+template <class Sample> inline void FirstRowPixel(const Mosaic<Sample>& m, int64_t k, int64_t n, Planes& v, int32_t at) noexcept {
     using S = Sample;
     if (k == 0) {
         v.Set(at, Val<S>(m.At(0, 1)), Val<S>(m.At(0, 0)), Val<S>(m.At(1, 0)));
@@ -83,7 +83,8 @@ template <class Sample> QM_INLINE void FirstRowPixel(const Mosaic<Sample>& m, in
 }
 
 // Edge column j of row i >= 1 (column 0 or W - 1), in the fixed layout; j + 1 may reach the next row.
-template <class Sample> QM_INLINE void EdgePixel(const Mosaic<Sample>& m, int64_t i, int64_t j, int32_t out[3]) noexcept {
+// Two per row, so it stays out of line and is compiled once, not once per instruction set.
+template <class Sample> [[gnu::noinline]] void EdgePixel(const Mosaic<Sample>& m, int64_t i, int64_t j, int32_t out[3]) noexcept {
     using S = Sample;
     if (i % 2 == 1) {
         out[2] = Val<S>(m.At(i, j));
@@ -131,7 +132,7 @@ QM_INLINE void InteriorRun(const Sample* p, const Sample* c, const Sample* n, in
 
 // The channel rule over a run of pixels, written as blue, green, red bytes.
 template <class Rule>
-QM_INLINE void StoreRun(uint8_t* out, const Planes& v, int32_t count, const BayerChannels& ch) noexcept {
+QM_INLINE void StoreRunWith(uint8_t* out, const Planes& v, int32_t count, const BayerChannels& ch) noexcept {
     for (int32_t k = 0; k < count; ++k) {
         out[3 * k + 0] = Rule::Apply(v.blue[k], ch.blue, ch.shift);
         out[3 * k + 1] = Rule::Apply(v.green[k], ch.green, ch.shift);
@@ -139,10 +140,24 @@ QM_INLINE void StoreRun(uint8_t* out, const Planes& v, int32_t count, const Baye
     }
 }
 
+// The rule is picked per run of up to kChunk pixels rather than compiled into the whole
+// reconstruction, which would repeat the interpolation once per rule for every sample type.
+enum class StoreRule : uint8_t { Plain, PlainNarrow, Shifted, ShiftedNarrow };
+
+QM_INLINE void StoreRun(StoreRule rule, uint8_t* out, const Planes& v, int32_t count, const BayerChannels& ch) noexcept {
+    switch (rule) {
+        case StoreRule::Plain: StoreRunWith<PlainRule<false>>(out, v, count, ch); break;
+        case StoreRule::PlainNarrow: StoreRunWith<PlainRule<true>>(out, v, count, ch); break;
+        case StoreRule::Shifted: StoreRunWith<ShiftedRule<false>>(out, v, count, ch); break;
+        case StoreRule::ShiftedNarrow: StoreRunWith<ShiftedRule<true>>(out, v, count, ch); break;
+    }
+}
+
 template <class Sample> struct Job {
     Mosaic<Sample> mosaic;
     uint8_t* out;
     BayerChannels channels;
+    StoreRule rule;
     RowLayout layout[2];                  // by row parity
     InteriorRowFn<Sample> vectorRow[2];   // by row parity: the interior's vector kernel, or null
     int64_t vectorWidth;                  // pixels per run of the vector kernel
@@ -150,7 +165,7 @@ template <class Sample> struct Job {
 
 // Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
 // kernel): interior columns by the row's layout, the edge columns from `first` and `last`.
-template <class Sample, class Rule>
+template <class Sample>
 QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t first[3], const int32_t last[3],
                              int64_t done, uint8_t* out, Planes& v) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
@@ -174,22 +189,29 @@ QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t fi
         }
         if (base == 0) v.Set(0, first[0], first[1], first[2]);
         if (end == perRow) v.Set(static_cast<int32_t>(perRow - 1 - base), last[0], last[1], last[2]);
-        StoreRun<Rule>(out + 3 * base, v, static_cast<int32_t>(end - base), job.channels);
+        StoreRun(job.rule, out + 3 * base, v, static_cast<int32_t>(end - base), job.channels);
     }
 }
 
-template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sample>& job, Rule) noexcept {
+// Row 0, out of line like the edge columns, with planes of its own.
+template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) noexcept {
+    Planes v;
+    const int64_t perRow = std::max<int64_t>(job.mosaic.width, 2);
+    for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
+        const int32_t count = static_cast<int32_t>(std::min<int64_t>(kChunk, perRow - k0));
+        for (int32_t k = 0; k < count; ++k) FirstRowPixel(job.mosaic, k0 + k, perRow, v, k);
+        StoreRun(job.rule, job.out + 3 * k0, v, count, job.channels);
+    }
+}
+
+template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, h = m.height;
     const int64_t perRow = std::max<int64_t>(w, 2);
     uint8_t* out = job.out;
     Planes v;
 
-    for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
-        const int32_t count = static_cast<int32_t>(std::min<int64_t>(kChunk, perRow - k0));
-        for (int32_t k = 0; k < count; ++k) FirstRowPixel(m, k0 + k, perRow, v, k);
-        StoreRun<Rule>(out + 3 * k0, v, count, job.channels);
-    }
+    FirstRow(job);
     out += 3 * perRow;
 
     // The vector kernel takes whole runs of interior columns from column 1; the edge columns and
@@ -204,24 +226,11 @@ template <class Sample, class Rule> QM_INLINE void ReconstructBody(const Job<Sam
             row(m.Row(i - 1), m.Row(i), m.Row(i + 1), runs, out, job.channels);
             done = 1 + runs * job.vectorWidth;
         }
-        ScalarColumns<Sample, Rule>(job, i, first, last, done, out, v);
+        ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }
 
-QM_MULTIVERSION((class Sample, class Rule), void, Reconstruct, (ReconstructBody<Sample, Rule>),
-                (const Job<Sample>& job, Rule rule) noexcept, (job, rule))
-
-template <class Sample> using ReconstructFn = void (*)(const Job<Sample>&) noexcept;
-
-// The rule travels as an empty tag so that every instruction-set variant can deduce it.
-template <class Sample, class Rule> void ReconstructWith(const Job<Sample>& job) noexcept { Reconstruct(job, Rule{}); }
-
-// [shift not 0][narrow form exact]
-template <class Sample>
-constexpr ReconstructFn<Sample> kReconstruct[2][2] = {
-    {&ReconstructWith<Sample, PlainRule<false>>, &ReconstructWith<Sample, PlainRule<true>>},
-    {&ReconstructWith<Sample, ShiftedRule<false>>, &ReconstructWith<Sample, ShiftedRule<true>>},
-};
+QM_MULTIVERSION((class Sample), void, Reconstruct, (ReconstructBody<Sample>), (const Job<Sample>& job) noexcept, (job))
 
 }  // namespace
 
@@ -255,6 +264,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
     Job<Sample> job{{static_cast<const Sample*>(src->pData), w, h},
                     static_cast<uint8_t*>(dst->pData),
                     ch,
+                    static_cast<StoreRule>(2 * shifted + narrow),
                     {kLayouts[phase][0], kLayouts[phase][1]},
                     {nullptr, nullptr},
                     0};
@@ -266,7 +276,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                 job.vectorRow[parity] = rows->row[shifted][wide][static_cast<int>(job.layout[parity])];
         job.vectorWidth = vector->width;
     }
-    kReconstruct<Sample>[shifted][narrow](job);
+    Reconstruct(job);
     return Status::Ok;
 }
 
