@@ -1,4 +1,6 @@
-// Statuses of an online frame and what a failing frame leaves behind; the colour copy.
+// One online frame's order of checks and its statuses, the colour copy, and the orientation steps
+// that rewrite the source in place: small odd and even frames, square and not, each element layout,
+// and frames spanning several transposition tiles.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,8 +10,9 @@
 
 namespace {
 
-constexpr uint32_t kDark = qm::kOnlineDarkSubtract, kFlat = qm::kOnlineFlatField, kLog = qm::kOnlineLog10,
-                   kClip = qm::kOnlineClipRange, kFlip = qm::kOnlineFlipVertical, kThreshold = qm::kOnlineThreshold;
+constexpr uint32_t kDark = qm::kOnlineDarkSubtract, kFlat = qm::kOnlineFlatField, kLog = qm::kOnlineLog10, kClip = qm::kOnlineClipRange,
+                   kFlip = qm::kOnlineFlipVertical, kThreshold = qm::kOnlineThreshold, kMirror = qm::kOnlineMirrorHorizontal,
+                   kTranspose = qm::kOnlineTranspose;
 
 // A 4 x 2 U16 frame with every reference, each a little different from the others.
 struct FrameSetup {
@@ -19,110 +22,140 @@ struct FrameSetup {
     std::vector<uint32_t> out = std::vector<uint32_t>(10, 0xDEADBEEF);  // two guard elements
     QmdDataStruct srcD{src.data(), 4, 2, 7, 1, {}}, darkD{dark.data(), 4, 2, 3, 1, {}},
         flatD{flat.data(), 4, 2, 4, 1, {}}, gainD{gain.data(), 4, 2, 4, 1, {}}, outD{out.data(), 4, 2, 8, 1, {}};
-    qm::OnlineFrame frame;
-    FrameSetup() {
-        frame.source = &srcD;
-        frame.dark = &darkD;
-        frame.flat = &flatD;
-        frame.gain = &gainD;
-        frame.output = &outD;
-        frame.frameNumber = 1;
-    }
+    qm::OnlineFrame frame{0, &srcD, &gainD, &darkD, &flatD, &outD, 0.0, 0.0, 1, 1, 0};
 };
 
-struct StatusCase {
-    const char* what;
-    uint32_t options;
-    void (*change)(FrameSetup&);
-    qm::Status expected;
-    bool sourceFlipped;  // the orientation ran before the failure
-};
-
+// sourceFlipped: the orientation ran before the status was decided; written: output elements
+// written (never past width x height, nothing when the frame fails).
 TEST(OnlineFrame, ChecksComeFirstAndAFailedFrameWritesNothing) {
     using S = qm::Status;
-    const StatusCase cases[] = {
-        {"no output", kFlip, [](FrameSetup& s) { s.frame.output = nullptr; }, S::MissingImage, false},
-        {"output without data", kFlip, [](FrameSetup& s) { s.outD.pData = nullptr; }, S::MissingImage, false},
-        {"no source", 0, [](FrameSetup& s) { s.frame.source = nullptr; }, S::MissingImage, false},
-        {"source without data", kFlip, [](FrameSetup& s) { s.srcD.pData = nullptr; }, S::MissingImage, false},
-        {"source with no elements", kFlip, [](FrameSetup& s) { s.srcD.nHeight = 0; }, S::MissingImage, false},
-        {"dark used, not attached", kDark | kFlip, [](FrameSetup& s) { s.frame.dark = nullptr; }, S::MissingImage, false},
-        {"flat used, no data", kFlat | kFlip, [](FrameSetup& s) { s.flatD.pData = nullptr; }, S::MissingImage, false},
-        {"gain used by the logarithm", kLog | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::MissingImage, false},
-        {"unused references may be missing", kFlip, [](FrameSetup& s) { s.frame.dark = s.frame.flat = s.frame.gain = nullptr; }, S::Ok, true},
-        {"source smaller than output", kFlip, [](FrameSetup& s) { s.srcD.nWidth = 3; }, S::CountMismatch, false},
-        {"dark smaller than output", kDark | kFlip, [](FrameSetup& s) { s.darkD.nHeight = 1; }, S::CountMismatch, false},
-        {"flat smaller than output", kFlat | kFlip, [](FrameSetup& s) { s.flatD.nWidth = 1; }, S::CountMismatch, false},
-        {"reference of 2-byte elements", kDark | kFlip, [](FrameSetup& s) { s.darkD.eType = 7; }, S::CountMismatch, false},
-        {"source type narrower than the pipeline's pixel", kFlip, [](FrameSetup& s) { s.srcD.eType = 1; }, S::UnsupportedType, false},
-        {"source larger than output is fine", kFlip, [](FrameSetup& s) { s.outD.nWidth = 2; }, S::Ok, true},
+    const struct { const char* what; uint32_t options; void (*change)(FrameSetup&); S expected; bool sourceFlipped; size_t written; } cases[] = {
+        {"no output", kFlip, [](FrameSetup& s) { s.frame.output = nullptr; }, S::MissingImage, false, 0},
+        {"output without data", kFlip, [](FrameSetup& s) { s.outD.pData = nullptr; }, S::MissingImage, false, 0},
+        {"no source", 0, [](FrameSetup& s) { s.frame.source = nullptr; }, S::MissingImage, false, 0},
+        {"source without data", kFlip, [](FrameSetup& s) { s.srcD.pData = nullptr; }, S::MissingImage, false, 0},
+        {"source with no elements", kFlip, [](FrameSetup& s) { s.srcD.nHeight = 0; }, S::MissingImage, false, 0},
+        {"dark used, not attached", kDark | kFlip, [](FrameSetup& s) { s.frame.dark = nullptr; }, S::MissingImage, false, 0},
+        {"flat used, no data", kFlat | kFlip, [](FrameSetup& s) { s.flatD.pData = nullptr; }, S::MissingImage, false, 0},
+        {"gain used by the logarithm", kLog | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::MissingImage, false, 0},
+        {"unused references may be missing", kFlip, [](FrameSetup& s) { s.frame.dark = s.frame.flat = s.frame.gain = nullptr; }, S::Ok, true, 8},
+        {"source smaller than output", kFlip, [](FrameSetup& s) { s.srcD.nWidth = 3; }, S::CountMismatch, false, 0},
+        {"dark smaller than output", kDark | kFlip, [](FrameSetup& s) { s.darkD.nHeight = 1; }, S::CountMismatch, false, 0},
+        {"flat smaller than output", kFlat | kFlip, [](FrameSetup& s) { s.flatD.nWidth = 1; }, S::CountMismatch, false, 0},
+        {"reference of 2-byte elements", kDark | kFlip, [](FrameSetup& s) { s.darkD.eType = 7; }, S::CountMismatch, false, 0},
+        {"source type narrower than the pipeline's pixel", kFlip, [](FrameSetup& s) { s.srcD.eType = 1; }, S::UnsupportedType, false, 0},
+        {"source larger than output is fine", kFlip, [](FrameSetup& s) { s.outD.nWidth = 2; }, S::Ok, true, 4},
         // The checks below come after the orientation, as the module's order has them.
-        {"logarithm with clip", kLog | kClip | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::ContradictoryOptions, true},
-        {"logarithm with threshold", kLog | kThreshold | kFlip, [](FrameSetup&) {}, S::ContradictoryOptions, true},
-        {"output type 11", kDark | kFlip, [](FrameSetup& s) { s.outD.eType = 11; }, S::UnsupportedType, true},
-        {"output type 9", kFlip, [](FrameSetup& s) { s.outD.eType = 9; }, S::UnsupportedType, true},
-        {"empty output, arithmetic kernel", kDark | kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::MissingImage, true},
-        {"empty output, converting copy", kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::Ok, true},
+        {"logarithm with clip", kLog | kClip | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::ContradictoryOptions, true, 0},
+        {"logarithm with threshold", kLog | kThreshold | kFlip, [](FrameSetup&) {}, S::ContradictoryOptions, true, 0},
+        {"output type 11", kDark | kFlip, [](FrameSetup& s) { s.outD.eType = 11; }, S::UnsupportedType, true, 0},
+        {"output type 9", kFlip, [](FrameSetup& s) { s.outD.eType = 9; }, S::UnsupportedType, true, 0},
+        {"empty output, arithmetic kernel", kDark | kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::MissingImage, true, 0},
+        {"empty output, converting copy", kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::Ok, true, 0},
+        {"copy into no planes", 0, [](FrameSetup& s) { s.outD.nDepth = 0; }, S::Ok, false, 0},
+        {"copy into three planes", 0, [](FrameSetup& s) { s.outD.nDepth = 3; }, S::Ok, false, 8},
     };
-    for (const StatusCase& c : cases) {
+    for (const auto& c : cases) {
         FrameSetup s;
         s.frame.options = c.options;
         c.change(s);
-        const std::vector<uint16_t> before = s.src;
         EXPECT_EQ(qm::OnlinePipeline16(s.frame), c.expected) << c.what;
-        const std::vector<uint16_t> flipped = {5, 6, 7, 8, 1, 2, 3, 4};
-        EXPECT_EQ(s.src, c.sourceFlipped ? flipped : before) << c.what;
-        if (c.expected != S::Ok) {
-            EXPECT_EQ(s.out, std::vector<uint32_t>(10, 0xDEADBEEF)) << c.what;
-        }
-        EXPECT_EQ(s.out[8], 0xDEADBEEF) << c.what;
-    }
-}
-
-// The plain converting copy counts the output's planes but never writes past width x height.
-TEST(OnlineFrame, ConvertingCopyCountsDepthWithinTheDescribedElements) {
-    const struct {
-        uint32_t depth;
-        size_t written;
-    } cases[] = {{0, 0}, {1, 8}, {3, 8}};
-    for (const auto& c : cases) {
-        FrameSetup s;
-        s.outD.nDepth = c.depth;
-        ASSERT_EQ(qm::OnlinePipeline16(s.frame), qm::Status::Ok);
-        for (size_t i = 0; i < 10; ++i) EXPECT_EQ(s.out[i], i < c.written ? s.src[i] : 0xDEADBEEF) << c.depth << " " << i;
+        EXPECT_EQ(s.src, (c.sourceFlipped ? std::vector<uint16_t>{5, 6, 7, 8, 1, 2, 3, 4} : std::vector<uint16_t>{1, 2, 3, 4, 5, 6, 7, 8})) << c.what;
+        for (size_t i = 0; i < 10; ++i) EXPECT_EQ(s.out[i] == 0xDEADBEEF, i >= c.written) << c.what << " " << i;
     }
 }
 
 TEST(OnlineFrame, ColourCopyIgnoresOptionsAndChecksItsImages) {
     using S = qm::Status;
-    const struct {
-        const char* what;
-        int outType, srcType;
-        uint32_t srcWidth;
-        bool dataMissing;
-        S expected;
-        bool copied;
-    } cases[] = {
-        {"equal colour images", 11, 11, 4, false, S::Ok, true},
-        {"shapes differ, counts agree", 11, 11, 2, false, S::Ok, true},
-        {"source of type 7", 11, 7, 4, false, S::UnsupportedType, false},
-        {"counts differ", 11, 11, 3, false, S::CountMismatch, false},
-        {"missing data", 11, 11, 4, true, S::MissingImage, false},
-        {"numeric output: checked, nothing written", 7, 11, 4, false, S::Ok, false},
-        {"other output", 9, 11, 4, false, S::UnsupportedType, false},
+    const struct { const char* what; int outType, srcType; uint32_t srcWidth; S expected; bool copied; } cases[] = {
+        {"equal colour images", 11, 11, 4, S::Ok, true},
+        {"source of type 7", 11, 7, 4, S::UnsupportedType, false},
+        {"counts differ", 11, 11, 3, S::CountMismatch, false},
+        {"numeric output: checked, nothing written", 7, 11, 4, S::Ok, false},
+        {"other output", 9, 11, 4, S::UnsupportedType, false},
     };
     for (const auto& c : cases) {
         std::vector<unsigned char> src(24), out(24, 0xAA);
         for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<unsigned char>(i + 1);
-        QmdDataStruct srcD{c.dataMissing ? nullptr : src.data(), c.srcWidth, c.srcWidth == 2 ? 4u : 2u, c.srcType, 1, {}};
+        QmdDataStruct srcD{src.data(), c.srcWidth, 2, c.srcType, 1, {}};
         QmdDataStruct outD{out.data(), 4, 2, c.outType, 1, {}};
-        qm::OnlineFrame frame;
-        frame.options = kDark | kFlip | kLog;
-        frame.source = &srcD;
-        frame.output = &outD;
+        const qm::OnlineFrame frame{kDark | kFlip | kLog, &srcD, nullptr, nullptr, nullptr, &outD};
         EXPECT_EQ(qm::OnlineColourCopy(frame), c.expected) << c.what;
         EXPECT_EQ(out, c.copied ? src : std::vector<unsigned char>(24, 0xAA)) << c.what;
         EXPECT_EQ(src[0], 1) << c.what;
+    }
+}
+
+// type: source type (7 and 3 move elements, 6 and 15 bytes); in and expected: the source buffer
+// before and after, as elements (bytes for 6 and 15).
+struct OrientCase { const char* what; int type; uint32_t w, h, options; std::vector<uint32_t> in, expected; };
+
+// Runs one frame that only orients, the kernel being the converting copy into an F64 output, and
+// returns the source buffer afterwards; its shape must stay as it was.
+std::vector<uint32_t> Orient(const OrientCase& c) {
+    const int size = c.type == 7 ? 2 : c.type == 3 ? 4 : 1;
+    std::vector<unsigned char> buffer(c.in.size() * size);
+    for (size_t i = 0; i < c.in.size(); ++i) std::memcpy(&buffer[i * size], &c.in[i], size);
+    QmdDataStruct desc{buffer.data(), c.w, c.h, c.type, 1, {}};
+    std::vector<double> out(size_t{c.w} * c.h);
+    QmdDataStruct outDesc{out.data(), c.w, c.h, 5, 1, {}};
+    const qm::OnlineFrame frame{c.options, &desc, nullptr, nullptr, nullptr, &outDesc, 0.0, 0.0, 1, 1, c.type == 15};
+    EXPECT_EQ(size == 1 ? qm::OnlinePipeline8(frame) : size == 4 ? qm::OnlinePipeline32(frame) : qm::OnlinePipeline16(frame), qm::Status::Ok) << c.what;
+    EXPECT_TRUE(desc.nWidth == c.w && desc.nHeight == c.h) << c.what;
+    std::vector<uint32_t> result(c.in.size(), 0);
+    for (size_t i = 0; i < c.in.size(); ++i) std::memcpy(&result[i], &buffer[i * size], size);
+    // The kernel reads the oriented frame (a type 3 source converts signed).
+    for (size_t i = 0; size > 1 && i < out.size(); ++i)
+        EXPECT_EQ(out[i], size == 4 ? static_cast<int32_t>(result[i]) : static_cast<double>(result[i])) << c.what;
+    return result;
+}
+
+TEST(OnlineOrientation, StepsRewriteTheSourceInPlaceAndKeepItsShape) {
+    const std::vector<uint32_t> six = {1, 2, 3, 4, 5, 6}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const std::vector<uint32_t> twelve = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    const OrientCase cases[] = {
+        {"16-bit rotate 3x3 (odd rows: the middle row reverses)", 7, 3, 3, kFlip | kMirror, nine, {9, 8, 7, 6, 5, 4, 3, 2, 1}},
+        {"16-bit rotate 3x2", 7, 3, 2, kFlip | kMirror, six, {6, 5, 4, 3, 2, 1}},
+        {"16-bit flip 2x3", 7, 2, 3, kFlip, six, {5, 6, 3, 4, 1, 2}},
+        {"16-bit mirror 3x2", 7, 3, 2, kMirror, six, {3, 2, 1, 6, 5, 4}},
+        {"16-bit transpose 3x2", 7, 3, 2, kTranspose, six, {1, 4, 2, 5, 3, 6}},
+        {"16-bit transpose 2x3", 7, 2, 3, kTranspose, six, {1, 3, 5, 2, 4, 6}},
+        {"16-bit flip then transpose 3x3", 7, 3, 3, kFlip | kTranspose, nine, {7, 4, 1, 8, 5, 2, 9, 6, 3}},
+        {"16-bit mirror then transpose 2x2", 7, 2, 2, kMirror | kTranspose, {1, 2, 3, 4}, {2, 4, 1, 3}},
+        {"32-bit rotate 4x3", 3, 4, 3, kFlip | kMirror, twelve, {12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1}},
+        {"32-bit mirror 3x3", 3, 3, 3, kMirror, {1, 0xFFFFFFFF, 3, 4, 5, 6, 7, 8, 0x80000000}, {3, 0xFFFFFFFF, 1, 6, 5, 4, 0x80000000, 8, 7}},
+        // Wider than high: offsets past the first w x h bytes are dropped, bytes no write reaches keep their value.
+        {"8-bit transpose 3x2", 6, 3, 2, kTranspose, six, {1, 4, 3, 2, 5, 6}},
+        // Higher than wide: later rows overwrite earlier ones.
+        {"8-bit transpose 2x3", 6, 2, 3, kTranspose, six, {1, 3, 5, 4, 6, 6}},
+        {"8-bit rotate 2x3", 6, 2, 3, kFlip | kMirror, six, {6, 5, 4, 3, 2, 1}},
+        // Colour rows are byte rows: mirroring and rotation reverse the bytes inside each pixel too.
+        {"colour mirror 2x1", 15, 2, 1, kMirror, six, {6, 5, 4, 3, 2, 1}},
+        {"colour mirror 2x2", 15, 2, 2, kMirror, twelve, {6, 5, 4, 3, 2, 1, 12, 11, 10, 9, 8, 7}},
+        {"colour rotate 2x2", 15, 2, 2, kFlip | kMirror, twelve, {12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1}},
+        {"colour flip 2x2: pixels stay intact", 15, 2, 2, kFlip, twelve, {7, 8, 9, 10, 11, 12, 1, 2, 3, 4, 5, 6}},
+        // Pixel (r, c) goes to byte r + 6c; only the first 4 bytes come back, pixel (1, 0) overlapping (0, 0).
+        {"colour transpose 2x2", 15, 2, 2, kTranspose, twelve, {1, 7, 8, 9, 5, 6, 7, 8, 9, 10, 11, 12}},
+    };
+    for (const OrientCase& c : cases) EXPECT_EQ(Orient(c), c.expected) << c.what;
+}
+
+// Frames larger than the tiles the transposition moves, square (transposed in place) and not
+// (through the temporary), with partial tiles at the edges; byte frames square only.
+TEST(OnlineOrientation, TranspositionOfFramesSpanningSeveralTiles) {
+    const uint32_t shapes[][2] = {{150, 150}, {150, 67}, {67, 150}, {1, 200}, {200, 1}, {64, 64}};
+    for (int type : {7, 3, 6}) {
+        for (const auto& shape : shapes) {
+            const uint32_t w = shape[0], h = shape[1];
+            if (type == 6 && w != h) continue;  // byte frames that are not square map otherwise
+            OrientCase c{"transpose", type, w, h, kTranspose, {}, {}};
+            const uint32_t mask = type == 6 ? 0xFF : type == 7 ? 0xFFFF : 0xFFFFFFFF;
+            for (uint32_t i = 0; i < w * h; ++i) c.in.push_back((i * 2654435761u + 12345u) & mask);
+            c.expected.resize(c.in.size());
+            for (uint32_t r = 0; r < h; ++r)
+                for (uint32_t col = 0; col < w; ++col) c.expected[size_t{col} * h + r] = c.in[size_t{r} * w + col];
+            EXPECT_EQ(Orient(c), c.expected) << "type " << type << " " << w << " x " << h;
+        }
     }
 }
 

@@ -3,14 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstring>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "core/cpu.h"
+#include "online/exact_value.h"
 #include "online/online.h"
 #include "online_model.h"
 
@@ -18,210 +16,190 @@ namespace {
 
 using onlinemodel::Final;
 
-constexpr size_t kPixels = 131;  // odd: vector loops need their tails
-// Camera-like frames: small dark pixels and ordinary factors, long enough for several blocks of
-// the narrow rule, with one wild pixel that sends its block down the general one.
-constexpr size_t kCameraPixels = 1187;
-constexpr size_t kWildPixel = 700;
-
 struct Frames {
+    size_t n;
     std::vector<unsigned char> src;
     std::vector<int32_t> dark;
     std::vector<float> flat, gain;
     double tie = 0;  // the rounded value of pixel 8 times its flat factor 1 + 2^-23
-    size_t pixels = kPixels;
 };
 
-int PixelBytes(int srcType) { return srcType == 6 ? 1 : srcType == 15 || srcType == 11 ? 3 : (srcType == 8 || srcType == 3) ? 4 : 2; }
-
-Frames MakeFrames(int srcType, uint32_t seed) {
-    std::mt19937 rng(seed);
-    Frames f;
-    f.src.resize(kPixels * PixelBytes(srcType));
-    std::vector<int64_t> taken(kPixels);
-    const int bytes = PixelBytes(srcType);
-    for (size_t i = 0; i < kPixels; ++i) {
-        uint64_t v = rng();
-        if (bytes == 2 || srcType == 11) {
-            static const uint16_t kEdge[] = {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535};
-            if (i < std::size(kEdge)) v = kEdge[i];
-            v &= 0xFFFF;
-        } else if (bytes == 4) {
-            static const uint32_t kEdge[] = {0, 1, 5, 1000, 70000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFFE, 0x40000001};
-            if (i < std::size(kEdge)) v = kEdge[i];
-            else if (i % 3 == 0) v &= 0xFFFF;
-            v &= 0xFFFFFFFF;
-        } else if (bytes == 1) {
-            static const uint8_t kEdge[] = {0, 1, 100, 128, 200, 255};
-            if (i < std::size(kEdge)) v = kEdge[i];
-        } else {
-            static const uint32_t kEdge[] = {0x000000, 0xFFFFFF, 0x1F140A, 0x646464, 0xC8C8C8, 0x010000};
-            if (i < std::size(kEdge)) v = kEdge[i];
-        }
-        std::memcpy(&f.src[i * bytes], &v, bytes);
-        taken[i] = static_cast<int64_t>(v & ((bytes == 4) ? 0xFFFFFFFFu : 0xFFFFu));
-    }
-    // Dark pixels: zero, above the source (negative differences), the 32-bit extremes, random.
-    f.dark.resize(kPixels);
-    for (size_t i = 0; i < kPixels; ++i) {
-        switch (i % 7) {
-            case 0: f.dark[i] = 0; break;
-            case 1: f.dark[i] = static_cast<int32_t>(taken[i] + 200); break;
-            case 2: f.dark[i] = INT32_MIN; break;
-            case 3: f.dark[i] = INT32_MAX; break;
-            case 4: f.dark[i] = -1; break;
-            case 5: f.dark[i] = static_cast<int32_t>(rng() % 2000) - 1000; break;
-            default: f.dark[i] = static_cast<int32_t>(rng()); break;
-        }
-    }
-    // Flat factors: 0, tiny, huge, infinite, NaN, factors one ulp from 1, negative, random.
-    static const float kFlat[] = {1.0f, 0.5f, 0.0f, 2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f, 1e-38f, 3e38f,
-                                  INFINITY, NAN, -1.5f, 0.333333343f};
-    f.flat.resize(kPixels);
-    for (size_t i = 0; i < kPixels; ++i) {
-        if (i % 2 == 0 && i / 2 < std::size(kFlat)) f.flat[i] = kFlat[i / 2];
-        else if (i % 3 == 0) f.flat[i] = 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f;
-        else f.flat[i] = static_cast<float>(rng() % 40000) / 10000.0f;
-    }
-    f.tie = static_cast<double>(taken[8]) * static_cast<double>(f.flat[8]);
+// Boundary frames (131 pixels, odd so vector loops need their tails) open with the edge values
+// of the source width. Camera-like frames (1187 pixels, several blocks of the narrow rule) hold
+// 16-bit sources, darks below 3000, factors within 0.5 to 2 and small gains, except one wild
+// pixel (dark INT32_MIN, factor 3e38) and one product beyond int32, each sending its block down
+// the general rule.
+Frames MakeFrames(int srcType, bool camera) {
+    static const std::vector<uint32_t> kEdges[5] = {
+        {}, {0, 1, 100, 128, 200, 255}, {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
+        {0x000000, 0xFFFFFF, 0x1F140A, 0x646464, 0xC8C8C8, 0x010000},
+        {0, 1, 5, 1000, 70000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFFE, 0x40000001}};
+    static const int32_t kDark[] = {0, 0, INT32_MIN, INT32_MAX, -1};
+    static const float kFlat[] = {1.0f, 0.5f, 0.0f, 2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f, 1e-38f, 3e38f, INFINITY, NAN, -1.5f, 0.333333343f};
     static const float kGain[] = {1.0f, 0.5f, 2.0f, 0.0f, -1.0f, 10.0f};
-    f.gain.resize(kPixels);
-    for (size_t i = 0; i < kPixels; ++i)
-        f.gain[i] = i < std::size(kGain) ? kGain[i] : static_cast<float>(rng() % 100000 + 1) / 997.0f;
-    return f;
-}
-
-// Sources of up to 16 bits, dark pixels within 0 to 2999, factors within 0.5 to 2 and gains
-// within 1 to 8, except at kWildPixel (dark INT32_MIN, factor 3e38).
-Frames MakeCameraFrames(int srcType, uint32_t seed) {
-    std::mt19937 rng(seed);
-    Frames f;
-    f.pixels = kCameraPixels;
-    const int bytes = PixelBytes(srcType);
-    f.src.resize(f.pixels * bytes);
-    f.dark.resize(f.pixels);
-    f.flat.resize(f.pixels);
-    f.gain.resize(f.pixels);
-    for (size_t i = 0; i < f.pixels; ++i) {
-        const uint32_t v = rng() & (bytes == 1 ? 0xFFu : 0xFFFFu);
-        std::memcpy(&f.src[i * bytes], &v, std::min(bytes, 4));
-        if (bytes == 3) f.src[i * 3 + 2] = static_cast<unsigned char>(rng());
-        f.dark[i] = static_cast<int32_t>(rng() % 3000);
-        f.flat[i] = 0.5f + static_cast<float>(rng() & 0xFFFFFF) * 0x1.8p-24f;
-        f.gain[i] = 1.0f + static_cast<float>(rng() % 7);
+    std::mt19937 rng(srcType * 7919u + camera);
+    const int bytes = srcType == 6 ? 1 : srcType == 15 ? 3 : srcType == 8 || srcType == 3 ? 4 : 2;
+    Frames f{camera ? 1187u : 131u, {}, {}, {}, {}};
+    f.src.resize(f.n * 4);
+    for (size_t i = 0; i < f.n; ++i) {
+        uint32_t v = rng();
+        if (camera) v &= bytes == 1 ? 0xFF : bytes == 3 ? 0xFFFFFF : 0xFFFF;
+        else if (i < kEdges[bytes].size()) v = kEdges[bytes][i];
+        else if (bytes == 4 && i % 3 == 0) v &= 0xFFFF;
+        std::memcpy(&f.src[i * bytes], &v, bytes);
+        const int64_t taken = bytes == 4 ? v : v & 0xFFFF;
+        if (camera) {
+            f.dark.push_back(static_cast<int32_t>(rng() % 3000));
+            f.flat.push_back(0.5f + static_cast<float>(rng() & 0xFFFFFF) * 0x1.8p-24f);
+            f.gain.push_back(1.0f + static_cast<float>(rng() % 7));
+            continue;
+        }
+        const size_t d = i % 7;
+        f.dark.push_back(d == 1 ? static_cast<int32_t>(taken + 200) : d == 5 ? static_cast<int32_t>(rng() % 2000) - 1000 : d == 6 ? static_cast<int32_t>(rng()) : kDark[d]);
+        f.flat.push_back(i % 2 == 0 && i / 2 < std::size(kFlat) ? kFlat[i / 2]
+                         : i % 3 == 0 ? 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f : static_cast<float>(rng() % 40000) / 10000.0f);
+        f.gain.push_back(i < std::size(kGain) ? kGain[i] : static_cast<float>(rng() % 100000 + 1) / 997.0f);
+        if (i == 8) f.tie = static_cast<double>(taken) * static_cast<double>(f.flat[8]);
     }
-    f.dark[kWildPixel] = INT32_MIN;
-    f.flat[kWildPixel] = 3e38f;
+    if (camera) {
+        f.dark[700] = INT32_MIN, f.flat[700] = 3e38f;
+        // In the last block a small pixel times a large factor makes about 3e9: beyond int32.
+        std::memset(&f.src[1100 * bytes], 0x7F, std::min(bytes, 3));
+        f.dark[1100] = 0, f.flat[1100] = static_cast<float>(3e9 / (bytes == 2 ? 0x7F7F : bytes == 4 ? 0x7F7F7F : 0x7F));
+    }
     return f;
 }
 
 qm::Status RunPipeline(qm::OnlineFrame& frame, int srcType) {
-    if (srcType == 6 || srcType == 15) {
-        frame.colourFlag = srcType == 15 ? 1 : 0;
-        return qm::OnlinePipeline8(frame);
-    }
-    if (srcType == 8 || srcType == 3) return qm::OnlinePipeline32(frame);
-    return qm::OnlinePipeline16(frame);
+    frame.colourFlag = srcType == 15;
+    if (srcType == 6 || srcType == 15) return qm::OnlinePipeline8(frame);
+    return srcType == 8 || srcType == 3 ? qm::OnlinePipeline32(frame) : qm::OnlinePipeline16(frame);
 }
 
-struct Bounds {
-    double a, b;
+// Equal bytes, or NaN in both (the sign and payload of a NaN are not part of the result).
+bool Same(const unsigned char* x, const unsigned char* y, int type) {
+    if (std::memcmp(x, y, onlinemodel::kSize[type]) == 0) return true;
+    float f[2];
+    double d[2];
+    if (type == 4) return std::memcpy(&f[0], x, 4), std::memcpy(&f[1], y, 4), std::isnan(f[0]) && std::isnan(f[1]);
+    return type == 5 && (std::memcpy(&d[0], x, 8), std::memcpy(&d[1], y, 8), std::isnan(d[0]) && std::isnan(d[1]));
+}
+
+struct IsaGuard {
+    ~IsaGuard() { qm::SetActiveIsa(qm::DetectedIsa()); }
 };
 
 TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
-    const qm::Isa detected = qm::DetectedIsa();
+    IsaGuard restore;
     int checked = 0;
     for (qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
         if (qm::SetActiveIsa(isa) != isa) continue;
-        for (int family = 0; family < 14; ++family) {
-            const int srcType = std::array{7, 2, 11, 8, 3, 6, 15}[family % 7];
-            const bool camera = family >= 7;
-            const uint32_t seed = static_cast<uint32_t>(srcType) * 7919u;
-            const Frames f = camera ? MakeCameraFrames(srcType, seed) : MakeFrames(srcType, seed);
-            std::vector<unsigned char> srcCopy = f.src;
-            // A bound equal to the rounded value of one pixel: its exact rest decides the comparison.
-            // Camera frames: bounds inside the values, and bounds that store outside int32.
-            const std::vector<Bounds> bounds = camera ? std::vector<Bounds>{{1000.5, 3000.0}, {3e9, -3e9}}
-                                                      : std::vector<Bounds>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
-            for (int outType = 1; outType <= 8; ++outType) {
-                const int size = onlinemodel::OutputSize(outType);
-                std::vector<unsigned char> old(f.pixels * size);
-                std::mt19937 rng(static_cast<uint32_t>(outType * 31 + srcType));
-                for (auto& byte : old) byte = static_cast<unsigned char>(rng());
-                if (outType == 4 || outType == 5) {  // keep old floats finite and ordinary
-                    for (size_t i = 0; i < f.pixels; ++i) {
+        for (bool camera : {false, true}) {
+            for (int srcType : {7, 2, 11, 8, 3, 6, 15}) {
+                Frames f = MakeFrames(srcType, camera);
+                const std::vector<unsigned char> original = f.src;
+                const uint32_t n = static_cast<uint32_t>(f.n);
+                QmdDataStruct src{f.src.data(), n, 1, srcType, 1, {}}, dark{f.dark.data(), n, 1, 3, 1, {}},
+                    flat{f.flat.data(), n, 1, 4, 1, {}}, gain{f.gain.data(), n, 1, 4, 1, {}};
+                // A bound equal to the rounded value of one pixel: its exact rest decides. Camera
+                // frames: bounds inside the values, and bounds that store outside int32.
+                const std::vector<std::pair<double, double>> bounds =
+                    camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
+                           : std::vector<std::pair<double, double>>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
+                for (int outType = 1; outType <= 8; ++outType) {
+                    const int size = onlinemodel::kSize[outType];
+                    std::mt19937 rng(outType * 31 + srcType);
+                    std::vector<unsigned char> old(f.n * size), one(8);
+                    for (size_t i = 0; i < f.n; ++i) {  // old floats finite and ordinary
                         const double d = static_cast<double>(rng() % 100000) - 50000.0;
-                        if (outType == 4) { const float x = static_cast<float>(d); std::memcpy(&old[i * 4], &x, 4); }
-                        else std::memcpy(&old[i * 8], &d, 8);
+                        const float x = static_cast<float>(d);
+                        const uint32_t bits = static_cast<uint32_t>(rng());
+                        std::memcpy(&old[i * size], outType == 4 ? static_cast<const void*>(&x) : outType == 5 ? static_cast<const void*>(&d) : &bits, size);
                     }
-                }
-                for (int bits = 0; bits < 16; ++bits) {
-                    onlinemodel::Options o;
-                    o.dark = bits & 1;
-                    o.flat = bits & 2;
-                    o.final = static_cast<Final>(bits >> 2);
-                    for (int mode = 0; mode < 3; ++mode) {  // write; accumulate bit on frame 1; on frame 2
-                        o.accumulate = mode == 2;
-                        uint32_t options = (o.dark ? uint32_t{qm::kOnlineDarkSubtract} : 0u) | (o.flat ? uint32_t{qm::kOnlineFlatField} : 0u) |
-                                           (mode > 0 ? uint32_t{qm::kOnlineAccumulate} : 0u);
-                        if (o.final == Final::Log) options |= qm::kOnlineLog10;
-                        if (o.final == Final::Threshold) options |= qm::kOnlineThreshold;
-                        if (o.final == Final::Clip) options |= qm::kOnlineClipRange;
-                        const size_t boundCount = (o.final == Final::Threshold || o.final == Final::Clip) ? bounds.size() : 1;
-                        for (size_t bi = 0; bi < boundCount; ++bi) {
-                            const Bounds bd = bounds[bi];
-                            std::vector<unsigned char> expected = old;
-                            std::vector<unsigned char> one(8);
-                            for (size_t i = 0; i < f.pixels; ++i) {
-                                onlinemodel::ModelPixel(one.data(), outType, f.src.data(), srcType, i, f.dark.data(),
-                                                        f.flat.data(), f.gain.data(), bd.a, bd.b, o);
-                                if (o.accumulate) onlinemodel::AddStored(&expected[i * size], outType, one.data());
+                    for (int combo = 0; combo < 48; ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
+                        const int mode = combo >> 4;
+                        const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2, static_cast<Final>((combo >> 2) & 3)};
+                        const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
+                        qm::OnlineFrame frame;
+                        frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
+                                        (mode > 0 ? qm::kOnlineAccumulate : 0u) | stageBit[(combo >> 2) & 3];
+                        const bool bounded = o.final == Final::Threshold || o.final == Final::Clip;
+                        for (size_t bi = 0; bi < (bounded ? bounds.size() : 1); ++bi) {
+                            std::tie(frame.a, frame.b) = bounds[bi];
+                            std::vector<unsigned char> expected = old, out = old;
+                            for (size_t i = 0; i < f.n; ++i) {
+                                onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(), f.flat.data(), f.gain.data(), frame.a, frame.b, o);
+                                if (o.accumulate) onlinemodel::Accumulate(&expected[i * size], outType, one.data());
                                 else std::memcpy(&expected[i * size], one.data(), size);
                             }
-                            std::vector<unsigned char> out = old;
-                            QmdDataStruct srcDesc{srcCopy.data(), static_cast<uint32_t>(f.pixels), 1, srcType, 1, {}};
-                            std::vector<int32_t> dark = f.dark;
-                            std::vector<float> flat = f.flat, gain = f.gain;
-                            QmdDataStruct darkDesc{dark.data(), static_cast<uint32_t>(f.pixels), 1, 3, 1, {}};
-                            QmdDataStruct flatDesc{flat.data(), static_cast<uint32_t>(f.pixels), 1, 4, 1, {}};
-                            QmdDataStruct gainDesc{gain.data(), static_cast<uint32_t>(f.pixels), 1, 4, 1, {}};
-                            QmdDataStruct outDesc{out.data(), static_cast<uint32_t>(f.pixels), 1, outType, 1, {}};
-                            qm::OnlineFrame frame;
-                            frame.options = options;
-                            frame.source = &srcDesc;
-                            frame.dark = &darkDesc;
-                            frame.flat = &flatDesc;
-                            frame.gain = &gainDesc;
-                            frame.output = &outDesc;
-                            frame.a = bd.a;
-                            frame.b = bd.b;
+                            QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
+                            frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain, frame.output = &output;
                             frame.frameCount = 5;
                             frame.frameNumber = mode == 2 ? 2 : 1;
                             ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
-                            int shown = 0;
-                            for (size_t i = 0; i < f.pixels && shown < 3; ++i) {
-                                const bool same = std::memcmp(&out[i * size], &expected[i * size], size) == 0;
-                                bool bothNan = false;
-                                if (!same && outType == 4) { float x, y; std::memcpy(&x, &out[i * 4], 4); std::memcpy(&y, &expected[i * 4], 4); bothNan = std::isnan(x) && std::isnan(y); }
-                                if (!same && outType == 5) { double x, y; std::memcpy(&x, &out[i * 8], 8); std::memcpy(&y, &expected[i * 8], 8); bothNan = std::isnan(x) && std::isnan(y); }
-                                if (!same && !bothNan) {
-                                    ++shown;
-                                    ADD_FAILURE() << "isa " << int(isa) << " src " << srcType << " out " << outType << " options 0x"
-                                                  << std::hex << options << std::dec << " frame " << frame.frameNumber << " bounds " << bi
-                                                  << " pixel " << i << " dark " << f.dark[i] << " flat " << f.flat[i];
-                                }
-                            }
-                            if (shown) return;
+                            for (size_t i = 0; i < f.n; ++i)
+                                ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
+                                    << "isa " << int(isa) << " src " << srcType << " out " << outType << " options 0x" << std::hex
+                                    << frame.options << std::dec << " frame " << frame.frameNumber << " bounds " << bi << " pixel " << i;
                             ++checked;
                         }
                     }
                 }
+                EXPECT_EQ(f.src, original) << "no orientation option: the source stays as it was";
             }
-            EXPECT_EQ(srcCopy, f.src) << "no orientation option: the source stays as it was";
         }
     }
-    qm::SetActiveIsa(detected);
     EXPECT_GT(checked, 1000);
+}
+
+// The model's own rules against pixels worked out by hand: 16-bit and most 32-bit reads are
+// unsigned, the plain copy of type 3 and the exact dark-and-flat difference signed; the colour mean
+// truncates; clip with A above B; threshold is strict; exact powers of ten.
+TEST(OnlineKernels, ModelAgreesWithPixelsWorkedByHand) {
+    using F = Final;
+    const struct { int srcType; uint32_t src; int32_t dark; float flat, gain; onlinemodel::Options o; double a, b; int outType; double expected; } cases[] = {
+        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 7, 65336},
+        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 4, -200},
+        {7, 101, 0, 0.5f, 1, {.flat = true}, 0, 0, 7, 50},
+        {7, 1000, 0, 1, 1e6f, {.final = F::Log}, 0, 0, 5, 9},
+        {7, 0, 0, 1, 1, {.final = F::Log}, 0, 0, 4, -INFINITY},
+        {7, 100, 0, 1, 1, {.final = F::Threshold}, 100, 0, 7, 0},
+        {7, 150, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 100},
+        {7, 100, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 200},
+        {2, 0xFFFF, 0, 1, 1, {}, 0, 0, 5, 65535},
+        {3, 0xFFFFFFFF, 0, 1, 1, {.flat = true}, 0, 0, 5, 4294967295.0},
+        {3, 0xFFFFFFFF, 0, 1, 1, {}, 0, 0, 5, -1},
+        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true}, 0, 0, 5, 2147483648.0},
+        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true, .final = F::Clip}, -1e300, 1e300, 5, -2147483648.0},
+        {15, 0x1F140A, 0, 1, 1, {}, 0, 0, 7, 20},
+    };
+    for (const auto& c : cases) {
+        unsigned char out[8] = {};
+        onlinemodel::ModelPixel(out, c.outType, reinterpret_cast<const unsigned char*>(&c.src), c.srcType, 0, &c.dark, &c.flat, &c.gain, c.a, c.b, c.o);
+        double d;
+        float f;
+        uint16_t u;
+        std::memcpy(&d, out, 8), std::memcpy(&f, out, 4), std::memcpy(&u, out, 2);
+        EXPECT_EQ(c.outType == 5 ? d : c.outType == 4 ? f : u, c.expected) << "source " << c.srcType << " pixel " << c.src;
+    }
+}
+
+// Stores of exact values random pixels almost never reach: a double exactly between two floats
+// with a rest on either side, an integral double with a rest below it, the ends of the 64-bit range.
+TEST(OnlineKernels, ExactValuesAreStoredWithOneRounding) {
+    const double mid = 1.0 + 0x1p-24;  // halfway between the floats 1 and 1 + 2^-23
+    const qm::online::Exact cases[] = {
+        {mid, 0x1p-60}, {mid, -0x1p-60}, {-mid, 0x1p-60}, {-mid, -0x1p-60}, {mid, 0.0}, {0x1p30 + 64.0, 0x1p-30},
+        {0x1p30 + 64.0, -0x1p-30}, {7.0, -0x1p-52}, {-7.0, 0x1p-52}, {7.0, 0x1p-52}, {1.0, -0x1p-54}, {-1.0, 0x1p-54},
+        {0x1p60, -3.5}, {0x1p60, 2.0}, {-0x1p60, 3.5}, {0x1p63, -512.0}, {0x1p63, -0.5}, {0x1p63, 0.5}, {-0x1p63, -0.5},
+        {-0x1p63, 1.0}, {-0x1p63, -1024.0}, {0x1p64, -1024.0}, {3.5, 0.0}, {-3.5, 0.0}, {0.0, 0.0},
+    };
+    for (const qm::online::Exact& v : cases) {
+        const mpq_class x = onlinemodel::Q(v.hi) + onlinemodel::Q(v.lo);
+        EXPECT_EQ(qm::online::StoreExact<float>(v), onlinemodel::RoundNearest<float>(x)) << v.hi << " + " << v.lo;
+        EXPECT_EQ(qm::online::StoreExact<double>(v), onlinemodel::RoundNearest<double>(x)) << v.hi << " + " << v.lo;
+        EXPECT_EQ(qm::online::TruncateExact(v), onlinemodel::TruncQ(x)) << v.hi << " + " << v.lo;
+    }
 }
 
 }  // namespace
