@@ -1,0 +1,307 @@
+// The scalar operations (256, 500 to 509) and the statistics. First every source type x
+// destination type x operation against an independent model, on boundary and random elements and
+// on constants where rounding and truncation are hard, out of place and in place, under every loop
+// variant: the model computes with exact rationals (long double for the logarithms and the square
+// root) and rounds once by the store rule, written from its definition. Then the dispatcher's
+// checks, the processes through the exported functions, the statistics and the exact rounding.
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "core/cpu.h"
+#include "core/element_types.h"
+#include "core/exact_arith.h"
+#include "scalar/scalar_dispatch.h"
+#include "support/instances.h"
+
+namespace {
+
+using qm::Status;
+using qmtest::Describe;
+
+constexpr double kInf = std::numeric_limits<double>::infinity(), kNaN = std::numeric_limits<double>::quiet_NaN();
+
+// Integer destinations: the low bits of t (NaN, infinities and values beyond int64 give INT64_MIN).
+uint64_t LowBits(int32_t dst, int64_t t) { return static_cast<uint64_t>(t) & ((uint64_t{1} << 8 * qm::ElementSize(dst)) - 1); }
+
+// The finite exact value q rounded to nearest even in F (overflow to infinity), by scaling q so
+// that one unit in the last place of its binade (or of the subnormals) is 1.
+template <class F> F RoundToNearestEven(const mpq_class& q) {
+    int e = std::numeric_limits<F>::min_exponent;
+    const double approx = q.get_d();  // truncated: same binade as q
+    if (!std::isfinite(approx)) return approx > 0 ? std::numeric_limits<F>::infinity() : -std::numeric_limits<F>::infinity();
+    if (approx != 0) e = std::max(e, std::ilogb(approx) + 1);
+    const int shift = std::numeric_limits<F>::digits - e;  // q * 2^shift has `digits` integer bits
+    mpq_class scaled = abs(q);
+    if (shift >= 0) scaled *= mpq_class(mpz_class(1) << shift); else scaled /= mpq_class(mpz_class(1) << -shift);
+    mpz_class n = scaled.get_num() / scaled.get_den();
+    const mpq_class rest = scaled - mpq_class(n);
+    if (rest > mpq_class(1, 2) || (rest == mpq_class(1, 2) && mpz_odd_p(n.get_mpz_t()))) ++n;
+    const double v = std::ldexp(n.get_d(), -shift);  // n has at most digits + 1 bits: exact
+    return static_cast<F>(q < 0 ? -v : v);           // beyond the largest finite value: infinity
+}
+
+uint64_t StoreExact(int32_t dst, const mpq_class& q) {
+    if (dst == qm::kF32) return std::bit_cast<uint32_t>(RoundToNearestEven<float>(q));
+    if (dst == qm::kF64) return std::bit_cast<uint64_t>(RoundToNearestEven<double>(q));
+    const mpz_class t = q.get_num() / q.get_den();  // toward zero
+    return LowBits(dst, t.fits_slong_p() ? t.get_si() : INT64_MIN);
+}
+
+// A double result: non-finite values and zeros (keeping their sign) directly, the rest exactly.
+uint64_t StoreDouble(int32_t dst, double v) {
+    if (std::isfinite(v) && v != 0) return StoreExact(dst, mpq_class(v));
+    if (dst == qm::kF32) return std::bit_cast<uint32_t>(static_cast<float>(v));
+    return dst == qm::kF64 ? std::bit_cast<uint64_t>(v) : 0;
+}
+
+uint64_t StoreLong(int32_t dst, long double v) {
+    if (dst == qm::kF32) return std::bit_cast<uint32_t>(static_cast<float>(v));
+    if (dst == qm::kF64) return std::bit_cast<uint64_t>(static_cast<double>(v));
+    return LowBits(dst, std::isfinite(v) && std::fabs(v) < 0x1p63L ? static_cast<int64_t>(v) : INT64_MIN);
+}
+
+// The element operation op (except 506 and 507) stores for the source element x; `failed` is set
+// for 505 on an element that is not positive.
+uint64_t Model(int32_t op, int32_t dst, double x, double a, double b, bool& failed) {
+    const bool finite = std::isfinite(x) && std::isfinite(a);
+    const double s = op == 502 ? -a : a, num = op == 504 ? x : 1, den = op == 504 ? a : x;
+    switch (op) {
+        case 256: return StoreDouble(dst, !(x >= a) ? a : x > b ? b : x);  // unordered counts as below A
+        case 500: return StoreDouble(dst, a < x && x < b ? 1 : 0);
+        case 501: case 502: return finite ? StoreExact(dst, mpq_class(x) + mpq_class(s)) : StoreDouble(dst, x + s);
+        case 503: return finite ? StoreExact(dst, mpq_class(x) * mpq_class(a)) : StoreDouble(dst, x * a);
+        case 504: case 508:
+            if (den == 0 || std::isnan(den)) return StoreDouble(dst, 0);
+            if (!std::isfinite(num) || !std::isfinite(den)) return StoreDouble(dst, num / den);
+            return StoreExact(dst, mpq_class(num) / mpq_class(den));
+        case 505:
+            if (!(x > 0)) return failed = true, 0;
+            return StoreLong(dst, std::log10(static_cast<long double>(x)));
+        default: return StoreDouble(dst, x);  // 509
+    }
+}
+
+// Elements on type limits, float midpoints, powers of ten, zeros of both signs, NaN and infinities.
+const double kElements[] = {0, -0.0, 1, -1, 2, 3, 7, 10, 30, 100, 999, 1000, 0.5, -1.5, 2.9, -2.9, 127, 128,
+                            -129, 255, 256, 32767, -32768, 65535, 65536, 2147483647.0, -2147483648.0,
+                            4294967295.0, 2147483648.0, 1e9, 1e10, 16777217.0, 1 + 0x1p-24, 0x1p-24 + 0x1p-60,
+                            1e30, 3.4028234663852886e38, 1e300, 1e-300, 1e-45, 5e-324, 0.1, 1.0 / 3,
+                            0x1.fffffffffffffp62, 0x1p63, -0x1p63, 0x1p64, kNaN, kInf, -kInf};
+// Constants where a plain double evaluation would store a different element.
+const double kConstants[] = {0, -0.0, 1, -1, 3, -7, 0.5, 0.1, 1.0 / 3, -1e-17, 0x1p-60, 1e300, 1e-310, 2.5,
+                             65535.5, 0x1p31, (1 + 0x1p-24) / 3, 0x1p-24 + 0x1p-70, 3 / (1 + 0x1p-24), 1e20,
+                             1e-10, kNaN, kInf};
+
+using Bytes = std::vector<unsigned char>;
+
+// Element i of p as raw bits, and those bits as the number the engine reads (U32 through the
+// signed 32-bit engine).
+uint64_t BitsAt(const Bytes& p, size_t i, size_t size) {
+    uint64_t w = 0;
+    std::memcpy(&w, p.data() + i * size, size);
+    return w;
+}
+double Value(int32_t type, uint64_t w) {
+    const int unused = 64 - 8 * static_cast<int>(qm::ElementSize(type));
+    if (type == qm::kF32) return std::bit_cast<float>(static_cast<uint32_t>(w));
+    if (type == qm::kF64) return std::bit_cast<double>(w);
+    if (type == qm::kU8 || type == qm::kU16) return static_cast<double>(w);
+    return static_cast<double>(static_cast<int64_t>(w << unused) >> unused);
+}
+
+// The boundary elements, then random ones: integers of every magnitude and raw bit patterns.
+Bytes MakeSource(int32_t type, std::mt19937_64& rng) {
+    const size_t size = qm::ElementSize(type), n = std::size(kElements) + 24;
+    Bytes s(n * size);
+    for (size_t i = 0; i < n; ++i) {
+        const uint64_t bits = rng();
+        const double v = i < std::size(kElements) ? kElements[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
+        const float f = static_cast<float>(v);
+        const int64_t w = std::isfinite(v) && std::fabs(v) < 0x1p63 ? static_cast<int64_t>(v) : 0;
+        const void* from = i >= std::size(kElements) && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
+        std::memcpy(&s[i * size], from, size);
+    }
+    return s;
+}
+
+// One call against the model, in place over the destination's memory or not; true when the
+// status and every element match.
+bool Check(int32_t srcType, const Bytes& src, int32_t dstType, int inPlace, int32_t op, double a, double b) {
+    const size_t n = src.size() / qm::ElementSize(srcType), size = qm::ElementSize(dstType);
+    Bytes out = inPlace ? src : Bytes(n * size, 0xA5);
+    std::vector<double> x(n);
+    std::vector<uint64_t> want(n);
+    bool failed = false;
+    for (size_t i = 0; i < n; ++i) {
+        x[i] = Value(srcType, BitsAt(src, i, qm::ElementSize(srcType)));
+        want[i] = op == 506 || op == 507 ? BitsAt(out, i, size) : Model(op, dstType, x[i], a, b, failed);
+    }
+    if (op == 506 || op == 507) {  // element 0 alone, from the last source element
+        const long double last = x[n - 1];
+        failed = !(last > 0);
+        want[0] = failed ? 0 : StoreLong(dstType, op == 506 ? std::log(last) : std::sqrt(last));
+    }
+    QmdDataStruct s{inPlace ? out.data() : const_cast<unsigned char*>(src.data()), static_cast<uint32_t>(n), 1, srcType, 1, {}};
+    QmdDataStruct d{out.data(), static_cast<uint32_t>(n), 1, dstType, 1, {}};
+    const bool statusOk = qm::ScalarDispatch(op, &d, &s, a, b) == (failed ? qm::Status::ElementNotComputed : qm::Status::Ok);
+    const std::string where = "op " + std::to_string(op) + " type " + std::to_string(srcType) + " -> " +
+                              std::to_string(dstType) + (inPlace ? " in place" : "") + " A " + std::to_string(a);
+    EXPECT_TRUE(statusOk) << where;
+    for (size_t i = 0; i < n; ++i) {
+        const uint64_t got = BitsAt(out, i, size);
+        const double g = Value(dstType, got), w = Value(dstType, want[i]);
+        // NaN payloads, and the sign of a zero result other than a copied one, are not part of the rules.
+        const bool isFloat = dstType == qm::kF32 || dstType == qm::kF64;
+        if (got == want[i] || (isFloat && ((std::isnan(g) && std::isnan(w)) || (g == 0 && w == 0 && op != 509)))) continue;
+        ADD_FAILURE() << where << " B " << b << " element " << i << " x " << x[i] << ": got 0x" << std::hex << got
+                      << " want 0x" << want[i];
+        return false;
+    }
+    return statusOk;
+}
+
+// 505 to 507 also run element by element, so that each element's own status and result show.
+TEST(ScalarModel, EveryTypePairAndOperationMatchesTheModel) {
+    std::mt19937_64 rng(2024);
+    std::vector<Bytes> sources;
+    for (int32_t type = qm::kI8; type <= qm::kU32; ++type) sources.push_back(MakeSource(type, rng));
+    struct RestoreIsa { ~RestoreIsa() { qm::SetActiveIsa(qm::DetectedIsa()); } } restore;
+    for (const qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
+        if (qm::SetActiveIsa(isa) != isa) continue;
+        int failures = 0;
+        for (int32_t src = qm::kI8; src <= qm::kU32; ++src)
+            for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
+                const Bytes& all = sources[static_cast<size_t>(src - 1)];
+                for (const int32_t op : {256, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509})
+                    for (size_t k = 0; k < (op <= 504 ? std::size(kConstants) : 1); ++k)
+                        for (int inPlace = 0; inPlace <= (qm::ElementSize(src) == qm::ElementSize(dst)); ++inPlace)
+                            failures += !Check(src, all, dst, inPlace, op, kConstants[k], kConstants[(k + 5) % std::size(kConstants)]);
+                for (size_t i = 0, size = qm::ElementSize(src); i < all.size(); i += size)
+                    for (const int32_t op : {505, 506, 507}) failures += !Check(src, Bytes(&all[i], &all[i] + size), dst, false, op, 0, 0);
+            }
+        EXPECT_EQ(failures, 0) << "loop variant " << static_cast<int>(isa);
+    }
+}
+
+TEST(ScalarDispatch, ChecksInOrderAndWritesNothingOnFailure) {
+    std::vector<uint16_t> six(6, 1), four(4, 1), out(6, 7);
+    QmdDataStruct src = Describe(six, 6, 1, qmeTypeU16), dst = Describe(out, 6, 1, qmeTypeU16);
+    QmdDataStruct noData = dst, small = Describe(four, 4, 1, qmeTypeU16), empty = src, badSrc = src, badDst = dst;
+    noData.pData = nullptr;
+    empty.nHeight = 0;
+    badSrc.eType = 9;
+    badDst.eType = qmeTypeRgb24;
+    const struct {
+        const QmdDataStruct *dst, *src;
+        int32_t op;
+        Status want;
+    } cases[] = {
+        {nullptr, &src, 509, Status::MissingImage},    {&noData, &badSrc, 509, Status::MissingImage},
+        {&dst, nullptr, 509, Status::MissingImage},    {&dst, &noData, 509, Status::MissingImage},
+        {&dst, &empty, 509, Status::MissingImage},     {&dst, &small, 509, Status::CountMismatch},
+        {&dst, &badSrc, 509, Status::UnsupportedType}, {&badDst, &src, 509, Status::UnsupportedType},
+        {&badDst, &src, 42, Status::UnsupportedType},  {&dst, &src, 42, Status::Ok},
+        {&dst, &src, 510, Status::Ok},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qm::ScalarDispatch(c.op, c.dst, c.src, 1, 2), c.want) << c.op;
+        EXPECT_EQ(out, std::vector<uint16_t>(6, 7));
+    }
+}
+
+// Through the exported functions: A and B reach the engine; 506 and 507 store one element from
+// the last source element; an element that is not positive fails the call, the others are stored.
+// Source and destination have the same count in different shapes.
+TEST(ScalarExports, ProcessesUseTheConstantsAndReportElementsNotComputed) {
+    const struct {
+        std::vector<uint16_t> src;
+        int32_t process;
+        double a, b;
+        std::vector<double> want;  // destination filled with 7 before
+        QmeErrorCode status;
+    } cases[] = {
+        {{0, 5, 9}, 256, 1, 6, {1, 5, 6}, qmeSuccess},
+        {{3, 30}, 504, 0.1, 0, {30, 300}, qmeSuccess},
+        {{100, 0, 1000}, 505, 0, 0, {2, 0, 3}, qmeElementNotComputed},
+        {{0, 9, 1}, 506, 0, 0, {0, 7, 7}, qmeSuccess},
+        {{4, 9, 16}, 507, 0, 0, {4, 7, 7}, qmeSuccess},
+        {{4, 9, 0}, 507, 0, 0, {0, 7, 7}, qmeElementNotComputed},
+    };
+    for (auto c : cases) {
+        qmtest::ScopedInstance h;
+        std::vector<double> out(c.src.size(), 7);
+        QmdDataStruct src = Describe(c.src, 1, static_cast<uint32_t>(c.src.size()), qmeTypeU16);
+        QmdDataStruct dst = Describe(out, static_cast<uint32_t>(out.size()), 1, qmeTypeF64);
+        MathSetProcess(h, c.process, 1);
+        MathSetConstant(h, qmeConstA, c.a);
+        MathSetConstant(h, qmeConstB, c.b);
+        MathSetData(h, qmeDataOperand1, &src);
+        EXPECT_EQ(MathProcessData(h, &dst), c.status) << c.process;
+        EXPECT_EQ(out, c.want) << c.process;
+    }
+}
+
+TEST(ScalarStatistics, MaximumAndMean) {
+    std::vector<float> floats = {5, static_cast<float>(kNaN), 1};
+    std::vector<uint32_t> words = {0xFFFFFFFFu, 1};
+    std::vector<double> order = {1e16, 1, 1, -1e16};
+    std::vector<uint8_t> colour(3, 9);
+    const QmdDataStruct f = Describe(floats, 3, 1, qmeTypeF32), w = Describe(words, 2, 1, qmeTypeU32);
+    const QmdDataStruct o = Describe(order, 4, 1, qmeTypeF64), rgb = Describe(colour, 1, 1, qmeTypeRgb24);
+    const QmdDataStruct emptyI16{nullptr, 0, 1, qmeTypeI16, 1, {}}, emptyF32{nullptr, 0, 1, qmeTypeF32, 1, {}};
+    const QmdDataStruct emptyU8{nullptr, 0, 1, qmeTypeU8, 1, {}};
+    const struct {
+        Status (*statistic)(const QmdDataStruct*, double*);
+        const QmdDataStruct* image;
+        double want;
+        Status status;
+    } cases[] = {
+        {qm::ImageMaximum, &f, 1, Status::Ok},                // a NaN is taken, the next element replaces it
+        {qm::ImageMaximum, &w, 4294967295.0, Status::Ok},     // U32 read unsigned here
+        {qm::ImageMaximum, &emptyI16, -32768, Status::Ok},    // starts at the type's lowest value
+        {qm::ImageMaximum, &emptyF32, -3.4028234663852886e38, Status::Ok},
+        {qm::ImageMaximum, &rgb, -1, Status::StatisticUnavailable},
+        {qm::ImageMean, &w, 2147483648.0, Status::Ok},
+        {qm::ImageMean, &o, 0, Status::Ok},                   // rounded after every addition, in order
+        {qm::ImageMean, &emptyU8, kNaN, Status::Ok},
+        {qm::ImageMean, &rgb, 0, Status::StatisticUnavailable},
+        {qm::ImageMean, nullptr, -1, Status::MissingImage},
+    };
+    for (const auto& c : cases) {
+        double result = -1;
+        EXPECT_EQ(c.statistic(c.image, &result), c.status);
+        if (std::isnan(c.want)) EXPECT_TRUE(std::isnan(result));
+        else EXPECT_EQ(result, c.want);
+    }
+}
+
+// Exact values whose rounding depends on the parts below hi, which few operations reach.
+TEST(ExactArithmetic, RoundsUnevaluatedSumsOnce) {
+    const struct {
+        qm::ExactValue v;
+        float f;
+        int64_t t;
+    } cases[] = {
+        {{1 + 0x1p-24, 0x1p-70, 0}, 1 + 0x1p-23f, 1},  // a float midpoint, just above
+        {{1 + 0x1p-24, 0, -1e-300}, 1.0f, 1},          // only the tail tells
+        {{3.0, -0x1p-60, 0}, 3.0f, 2},                 // an integral hi, truncated toward zero
+        {{-3.0, 0, 0x1p-60}, -3.0f, -2},
+        {{0x1p60, 1.0, -1e-30}, 0x1p60f, int64_t{1} << 60},  // an integral lo, the tail below it
+        {{0x1p60, -1.0, 1e-30}, 0x1p60f, (int64_t{1} << 60) - 1},
+        {{0x1p63, -1.0, 0}, 0x1p63f, INT64_MAX},       // the ends of the 64-bit range
+        {{0x1.fffffep127 + 0x1p103, -0x1p-1000, 0}, 0x1.fffffep127f, INT64_MIN},  // below the overflow tie
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qm::RoundToFloat(c.v), c.f) << c.v.hi << " " << c.v.lo << " " << c.v.tail;
+        EXPECT_EQ(qm::TruncateExact(c.v), c.t) << c.v.hi << " " << c.v.lo << " " << c.v.tail;
+    }
+}
+
+}  // namespace
