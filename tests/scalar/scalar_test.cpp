@@ -193,7 +193,7 @@ TEST(ScalarModel, EveryTypePairAndOperationMatchesTheModel) {
 TEST(ScalarDispatch, ChecksInOrderAndWritesNothingOnFailure) {
     std::vector<uint16_t> six(6, 1), four(4, 1), out(6, 7);
     QmdDataStruct src = Describe(six, 6, 1, qmeTypeU16), dst = Describe(out, 6, 1, qmeTypeU16);
-    QmdDataStruct noData = dst, small = Describe(four, 4, 1, qmeTypeU16), empty = src, badSrc = src, badDst = dst;
+    QmdDataStruct noData = dst, small = Describe(four, 4, 1, 9), empty = src, badSrc = src, badDst = dst;
     noData.pData = nullptr;
     empty.nHeight = 0;
     badSrc.eType = 9;
@@ -205,7 +205,7 @@ TEST(ScalarDispatch, ChecksInOrderAndWritesNothingOnFailure) {
     } cases[] = {
         {nullptr, &src, 509, Status::MissingImage},    {&noData, &badSrc, 509, Status::MissingImage},
         {&dst, nullptr, 509, Status::MissingImage},    {&dst, &noData, 509, Status::MissingImage},
-        {&dst, &empty, 509, Status::MissingImage},     {&dst, &small, 509, Status::CountMismatch},
+        {&dst, &empty, 509, Status::MissingImage},     {&dst, &small, 509, Status::CountMismatch},  // before the type
         {&dst, &badSrc, 509, Status::UnsupportedType}, {&badDst, &src, 509, Status::UnsupportedType},
         {&badDst, &src, 42, Status::UnsupportedType},  {&dst, &src, 42, Status::Ok},
         {&dst, &src, 510, Status::Ok},
