@@ -25,7 +25,7 @@ namespace qm {
 struct ExactValue {
     double hi;
     double lo;
-    double tail;
+    double tail = 0.0;
 };
 
 QM_INLINE ExactValue TwoSum(double a, double b) noexcept {

@@ -188,17 +188,17 @@ TEST(OnlineKernels, ModelAgreesWithPixelsWorkedByHand) {
 // with a rest on either side, an integral double with a rest below it, the ends of the 64-bit range.
 TEST(OnlineKernels, ExactValuesAreStoredWithOneRounding) {
     const double mid = 1.0 + 0x1p-24;  // halfway between the floats 1 and 1 + 2^-23
-    const qm::online::Exact cases[] = {
+    const qm::ExactValue cases[] = {
         {mid, 0x1p-60}, {mid, -0x1p-60}, {-mid, 0x1p-60}, {-mid, -0x1p-60}, {mid, 0.0}, {0x1p30 + 64.0, 0x1p-30},
         {0x1p30 + 64.0, -0x1p-30}, {7.0, -0x1p-52}, {-7.0, 0x1p-52}, {7.0, 0x1p-52}, {1.0, -0x1p-54}, {-1.0, 0x1p-54},
         {0x1p60, -3.5}, {0x1p60, 2.0}, {-0x1p60, 3.5}, {0x1p63, -512.0}, {0x1p63, -0.5}, {0x1p63, 0.5}, {-0x1p63, -0.5},
         {-0x1p63, 1.0}, {-0x1p63, -1024.0}, {0x1p64, -1024.0}, {3.5, 0.0}, {-3.5, 0.0}, {0.0, 0.0},
     };
-    for (const qm::online::Exact& v : cases) {
+    for (const qm::ExactValue& v : cases) {
         const mpq_class x = onlinemodel::Q(v.hi) + onlinemodel::Q(v.lo);
-        EXPECT_EQ(qm::online::StoreExact<float>(v), onlinemodel::RoundNearest<float>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::online::StoreExact<double>(v), onlinemodel::RoundNearest<double>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::online::TruncateExact(v), onlinemodel::TruncQ(x)) << v.hi << " + " << v.lo;
+        EXPECT_EQ(qm::StoreExact<float>(v), onlinemodel::RoundNearest<float>(x)) << v.hi << " + " << v.lo;
+        EXPECT_EQ(qm::StoreExact<double>(v), onlinemodel::RoundNearest<double>(x)) << v.hi << " + " << v.lo;
+        EXPECT_EQ(qm::TruncateExact(v), onlinemodel::TruncQ(x)) << v.hi << " + " << v.lo;
     }
 }
 
