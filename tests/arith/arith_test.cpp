@@ -17,30 +17,20 @@
 #include "arith/arith_pairs.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
+#include "support/elements.h"
 #include "support/instances.h"
 
 namespace {
 
 using qm::Status;
 
-using Bytes = std::vector<unsigned char>;
+using qmtest::BitsAt;
+using qmtest::Bytes;
+using qmtest::Value;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN(), kInf = std::numeric_limits<double>::infinity();
 
 bool IsFloat(int32_t t) { return t == qm::kF32 || t == qm::kF64; }
 
-// Element i of p as raw bits, and those bits as a number: U32 elements count as signed.
-uint64_t BitsAt(const Bytes& p, size_t i, size_t size) {
-    uint64_t w = 0;
-    std::memcpy(&w, p.data() + i * size, size);
-    return w;
-}
-double Value(int32_t t, uint64_t w) {
-    const int unused = 64 - 8 * static_cast<int>(qm::ElementSize(t));
-    if (t == qm::kF32) return std::bit_cast<float>(static_cast<uint32_t>(w));
-    if (t == qm::kF64) return std::bit_cast<double>(w);
-    if (t == qm::kU8 || t == qm::kU16) return static_cast<double>(w);
-    return static_cast<double>(static_cast<int64_t>(w << unused) >> unused);
-}
 
 // The integer a value takes part with: truncated toward zero (NaN and values beyond 64 bits give
 // -2^63), then its low 32 bits, signed.
@@ -138,9 +128,8 @@ bool Check(int32_t op, int32_t td, int32_t t1, const Bytes& a, int32_t t2, const
 // Division also runs element by element, so that each element's own zero-divisor status shows.
 TEST(ArithModel, EveryTypeCombinationMatchesTheModel) {
     std::mt19937_64 rng(20240611);
-    struct RestoreIsa { ~RestoreIsa() { qm::SetActiveIsa(qm::DetectedIsa()); } } restore;
-    for (const qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
-        if (qm::SetActiveIsa(isa) != isa) continue;
+    for (const qm::Isa isa : qmtest::EachIsa()) {
+        qm::SetActiveIsa(isa);
         for (int32_t t1 = qm::kI8; t1 <= qm::kU32; ++t1)
             for (int32_t t2 = qm::kI8; t2 <= qm::kU32; ++t2) {
                 const auto [a, b] = MakeOperands(t1, t2, rng);

@@ -10,6 +10,7 @@
 
 #include "bayer/bayer.h"
 #include "core/cpu.h"
+#include "support/elements.h"
 #include "support/instances.h"
 
 namespace {
@@ -18,11 +19,10 @@ constexpr uint8_t kGuard = 0xA5;
 
 // Runs `body` once per instruction set, then restores the detected one.
 template <class F> void OnEveryIsa(F body) {
-    for (qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
+    for (qm::Isa isa : qmtest::EachIsa()) {
         qm::SetActiveIsa(isa);
         body(isa);
     }
-    qm::SetActiveIsa(qm::DetectedIsa());
 }
 
 int64_t Wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }

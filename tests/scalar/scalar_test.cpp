@@ -18,6 +18,7 @@
 #include "core/element_types.h"
 #include "core/exact_arith.h"
 #include "scalar/scalar_dispatch.h"
+#include "support/elements.h"
 #include "support/instances.h"
 
 namespace {
@@ -99,22 +100,10 @@ const double kConstants[] = {0, -0.0, 1, -1, 3, -7, 0.5, 0.1, 1.0 / 3, -1e-17, 0
                              65535.5, 0x1p31, (1 + 0x1p-24) / 3, 0x1p-24 + 0x1p-70, 3 / (1 + 0x1p-24), 1e20,
                              1e-10, kNaN, kInf};
 
-using Bytes = std::vector<unsigned char>;
+using qmtest::BitsAt;
+using qmtest::Bytes;
+using qmtest::Value;
 
-// Element i of p as raw bits, and those bits as the number the engine reads (U32 through the
-// signed 32-bit engine).
-uint64_t BitsAt(const Bytes& p, size_t i, size_t size) {
-    uint64_t w = 0;
-    std::memcpy(&w, p.data() + i * size, size);
-    return w;
-}
-double Value(int32_t type, uint64_t w) {
-    const int unused = 64 - 8 * static_cast<int>(qm::ElementSize(type));
-    if (type == qm::kF32) return std::bit_cast<float>(static_cast<uint32_t>(w));
-    if (type == qm::kF64) return std::bit_cast<double>(w);
-    if (type == qm::kU8 || type == qm::kU16) return static_cast<double>(w);
-    return static_cast<double>(static_cast<int64_t>(w << unused) >> unused);
-}
 
 // The boundary elements, then random ones: integers of every magnitude and raw bit patterns.
 Bytes MakeSource(int32_t type, std::mt19937_64& rng) {
@@ -172,9 +161,8 @@ TEST(ScalarModel, EveryTypePairAndOperationMatchesTheModel) {
     std::mt19937_64 rng(2024);
     std::vector<Bytes> sources;
     for (int32_t type = qm::kI8; type <= qm::kU32; ++type) sources.push_back(MakeSource(type, rng));
-    struct RestoreIsa { ~RestoreIsa() { qm::SetActiveIsa(qm::DetectedIsa()); } } restore;
-    for (const qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512}) {
-        if (qm::SetActiveIsa(isa) != isa) continue;
+    for (const qm::Isa isa : qmtest::EachIsa()) {
+        qm::SetActiveIsa(isa);
         int failures = 0;
         for (int32_t src = qm::kI8; src <= qm::kU32; ++src)
             for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
