@@ -10,6 +10,17 @@ struct Instance {
     ~Instance() { MathDelete(handle); }
 };
 
+// Runs the selected process on `image` once per iteration and reports `pixels` colour pixels of
+// output and `bytes` read and written per frame.
+void Run(benchmark::State& state, const Instance& instance, qmbench::Frame& image, int64_t pixels, size_t bytes) {
+    for (auto _ : state) {
+        MathProcessData(instance.handle, image.desc());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * pixels);
+    qmbench::SetBytes(state, bytes);
+}
+
 // Argument: 0 unshifted, 1 shifted by 4, 2 unshifted with a black level of 64 on every channel.
 template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
     const bool shifted = state.range(0) == 1;
@@ -24,13 +35,8 @@ template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
             MathSetConstant(instance.handle, code, 64.0);
     MathSetConstant(instance.handle, qmeConstBayerPhase, 2.0);
     MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
-    for (auto _ : state) {
-        MathProcessData(instance.handle, image.desc());
-        benchmark::ClobberMemory();
-    }
     const int64_t pixels = int64_t{qmbench::kSide} * (qmbench::kSide - 1);
-    state.SetItemsProcessed(state.iterations() * pixels);
-    qmbench::SetBytes(state, mosaic.bytes() + static_cast<size_t>(pixels) * 3);
+    Run(state, instance, image, pixels, mosaic.bytes() + static_cast<size_t>(pixels) * 3);
 }
 BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
@@ -41,14 +47,9 @@ template <int32_t Type> void BM_BayerSimple(benchmark::State& state) {
     MathSetProcess(instance.handle, qmeProcessBayerSimple, 1);
     MathSetConstant(instance.handle, qmeProcessBayerSimple, 4.0);
     MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
-    for (auto _ : state) {
-        MathProcessData(instance.handle, image.desc());
-        benchmark::ClobberMemory();
-    }
     // Output rows 0 to 1022 bin source rows 0 to 2045.
     const int64_t pixels = int64_t{qmbench::kSide / 2} * (qmbench::kSide / 2 - 1);
-    state.SetItemsProcessed(state.iterations() * pixels);
-    qmbench::SetBytes(state, static_cast<size_t>(pixels) * (4 * 2 + 3));
+    Run(state, instance, image, pixels, static_cast<size_t>(pixels) * (4 * 2 + 3));
 }
 // The binning reads 16-bit samples whatever the descriptor's type says.
 BENCHMARK(BM_BayerSimple<qmeTypeU16>)->Unit(benchmark::kMicrosecond);
