@@ -4,6 +4,8 @@
 
 #include <gmpxx.h>
 
+#include "support/exact_model.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -27,32 +29,15 @@ inline Value Of(long double l) {  // exact: a long double is the sum of two doub
     return {Q(hi) + Q(static_cast<double>(l - hi))};
 }
 
-// Nearest T to x, ties to even; floats overflow to infinity.
-template <class T> T RoundNearest(const mpq_class& x) {
-    if (std::is_same_v<T, float> && abs(x) >= Q(0x1p128) - Q(0x1p103)) return sgn(x) * INFINITY;
-    T best = static_cast<T>(x.get_d());
-    for (T c : {std::nextafter(best, T(-INFINITY)), std::nextafter(best, T(INFINITY))}) {
-        if (!std::isfinite(c)) continue;
-        const mpq_class dc = abs(Q(c) - x), db = abs(Q(best) - x);
-        if (dc < db || (dc == db && std::bit_cast<std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>(c) % 2 == 0))
-            best = c;
-    }
-    return best;
-}
-
-// Toward zero to int64; beyond its range INT64_MIN.
-inline int64_t TruncQ(const mpq_class& x) {
-    mpz_class t;
-    mpz_tdiv_q(t.get_mpz_t(), x.get_num_mpz_t(), x.get_den_mpz_t());
-    return t.fits_slong_p() ? t.get_si() : std::numeric_limits<int64_t>::min();
-}
+using qmtest::TruncateTowardZero;
+template <class T> T RoundNearest(const mpq_class& x) { return qmtest::RoundToNearestEven<T>(x); }
 
 // Stores v into an output element of type 1..8: floats round once, integers keep the low bits
 // of the truncation (NaN and infinities truncate to INT64_MIN).
 inline void Store(unsigned char* out, int type, const Value& v) {
     const float f = type != 4 ? 0.0f : v.special ? static_cast<float>(v.sp) : RoundNearest<float>(v.q);
     const double d = type != 5 ? 0.0 : v.special ? v.sp : RoundNearest<double>(v.q);
-    const int64_t t = type == 4 || type == 5 || v.special ? std::numeric_limits<int64_t>::min() : TruncQ(v.q);
+    const int64_t t = type == 4 || type == 5 || v.special ? std::numeric_limits<int64_t>::min() : TruncateTowardZero(v.q);
     std::memcpy(out, type == 4 ? static_cast<const void*>(&f) : type == 5 ? static_cast<const void*>(&d) : &t, kSize[type]);
 }
 

@@ -19,6 +19,7 @@
 #include "core/exact_arith.h"
 #include "scalar/scalar_dispatch.h"
 #include "support/elements.h"
+#include "support/exact_model.h"
 #include "support/instances.h"
 
 namespace {
@@ -31,28 +32,10 @@ constexpr double kInf = std::numeric_limits<double>::infinity(), kNaN = std::num
 // Integer destinations: the low bits of t (NaN, infinities and values beyond int64 give INT64_MIN).
 uint64_t LowBits(int32_t dst, int64_t t) { return static_cast<uint64_t>(t) & ((uint64_t{1} << 8 * qm::ElementSize(dst)) - 1); }
 
-// The finite exact value q rounded to nearest even in F (overflow to infinity), by scaling q so
-// that one unit in the last place of its binade (or of the subnormals) is 1.
-template <class F> F RoundToNearestEven(const mpq_class& q) {
-    int e = std::numeric_limits<F>::min_exponent;
-    const double approx = q.get_d();  // truncated: same binade as q
-    if (!std::isfinite(approx)) return approx > 0 ? std::numeric_limits<F>::infinity() : -std::numeric_limits<F>::infinity();
-    if (approx != 0) e = std::max(e, std::ilogb(approx) + 1);
-    const int shift = std::numeric_limits<F>::digits - e;  // q * 2^shift has `digits` integer bits
-    mpq_class scaled = abs(q);
-    if (shift >= 0) scaled *= mpq_class(mpz_class(1) << shift); else scaled /= mpq_class(mpz_class(1) << -shift);
-    mpz_class n = scaled.get_num() / scaled.get_den();
-    const mpq_class rest = scaled - mpq_class(n);
-    if (rest > mpq_class(1, 2) || (rest == mpq_class(1, 2) && mpz_odd_p(n.get_mpz_t()))) ++n;
-    const double v = std::ldexp(n.get_d(), -shift);  // n has at most digits + 1 bits: exact
-    return static_cast<F>(q < 0 ? -v : v);           // beyond the largest finite value: infinity
-}
-
 uint64_t StoreExact(int32_t dst, const mpq_class& q) {
-    if (dst == qm::kF32) return std::bit_cast<uint32_t>(RoundToNearestEven<float>(q));
-    if (dst == qm::kF64) return std::bit_cast<uint64_t>(RoundToNearestEven<double>(q));
-    const mpz_class t = q.get_num() / q.get_den();  // toward zero
-    return LowBits(dst, t.fits_slong_p() ? t.get_si() : INT64_MIN);
+    if (dst == qm::kF32) return std::bit_cast<uint32_t>(qmtest::RoundToNearestEven<float>(q));
+    if (dst == qm::kF64) return std::bit_cast<uint64_t>(qmtest::RoundToNearestEven<double>(q));
+    return LowBits(dst, qmtest::TruncateTowardZero(q));
 }
 
 // A double result: non-finite values and zeros (keeping their sign) directly, the rest exactly.
