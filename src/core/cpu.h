@@ -1,28 +1,46 @@
-// Run-time choice of instruction set for the hot loops.
+// The instruction set the kernels run on, chosen once at load.
 //
-// Each hot loop is written once as an always-inline body and wrapped three times: baseline
-// x86-64, AVX2 and AVX-512 (gnu::target on the wrapper, so the body is compiled for that set when
-// it is inlined there). The set is detected once at load; the library never requires more than
-// baseline x86-64. Tests may lower the active set to run the other variants on the same machine.
+// Every family keeps its hot loops in three translation units, one per instruction set (baseline
+// x86-64, AVX2, AVX-512), each compiled with its own flags and filling the same table of kernels
+// (see core/lanes.h). At load the module picks the best set the CPU supports, lowered by the
+// environment variable QMATH_ISA (baseline, avx2 or avx512; never above what the CPU has), and
+// every family reads its table through KernelsFor. Tests may switch the set with SetActiveIsa.
+// The shipped library never requires more than baseline x86-64.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace qm {
 
 enum class Isa : uint8_t { Baseline = 0, Avx2 = 1, Avx512 = 2 };
+inline constexpr int kIsaCount = 3;
 
 // The best set this CPU supports (detected once).
 Isa DetectedIsa() noexcept;
 
-// The set the loops use now: DetectedIsa() unless lowered by SetActiveIsa.
+// The set the kernels use now.
 Isa ActiveIsa() noexcept;
 
-// Chooses the set the loops use, capped at what the CPU supports; returns the set in force.
+// Chooses the set the kernels use, capped at what the CPU supports; returns the set in force.
 Isa SetActiveIsa(Isa wanted) noexcept;
+
+// The set QMATH_ISA asks for, read from `text` (null or unknown: the detected set), capped at the
+// detected set. This is the choice made at load.
+Isa IsaFromEnvironment(const char* text) noexcept;
+
+// A family's kernel tables, one per set; a set without a table of its own (where it would not
+// beat the one below) points at the narrower one's.
+template <class Table> struct IsaTables {
+    const Table* bySet[kIsaCount];
+    const Table& Active() const noexcept { return *bySet[static_cast<int>(ActiveIsa())]; }
+};
 
 }  // namespace qm
 
+#define QM_INLINE [[gnu::always_inline]] inline
+
+// --- Legacy multiversioning, still used by the families not yet moved to per-set units ----------
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
 #define QM_HAVE_ISA_VARIANTS 1
 #define QM_TARGET_AVX2 [[gnu::target("avx2,fma,bmi,bmi2,popcnt")]]
@@ -33,15 +51,6 @@ Isa SetActiveIsa(Isa wanted) noexcept;
 #define QM_TARGET_AVX2
 #define QM_TARGET_AVX512
 #endif
-
-#define QM_INLINE [[gnu::always_inline]] inline
-
-// Defines three wrappers NAME##Baseline, NAME##Avx2 and NAME##Avx512 around the always-inline
-// template BODY, and NAME, which calls the one for the active set. TEMPLATE_PARAMS are the
-// template parameters (with `template <...>` omitted), PARAMS the function parameters and ARGS
-// the names passed on. Example:
-//   QM_MULTIVERSION((class D, class S, class Rule), MapElements, MapElementsBody<D, S, Rule>,
-//                   (D* d, const S* s, int32_t n, Rule r), (d, s, n, r))
 #define QM_UNPAREN(...) __VA_ARGS__
 #define QM_MULTIVERSION(TEMPLATE_PARAMS, RET, NAME, BODY, PARAMS, ARGS)                 \
     template <QM_UNPAREN TEMPLATE_PARAMS> RET NAME##Baseline PARAMS { return BODY ARGS; } \

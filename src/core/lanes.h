@@ -1,0 +1,234 @@
+// Vector lanes for the kernels of one instruction set.
+//
+// A kernel unit is compiled three times, with the flags of baseline x86-64 (SSE2), AVX2 or
+// AVX-512, and includes this header to get that set's lanes: kLanes doubles in a VD, the same
+// number of int32 in a VI, and the few loads, conversions and stores the kernels are built from.
+// Arithmetic on VD uses the compiler's vector operators (+, *, /, comparisons, ?:), so a rule
+// written once over a value type V serves a whole vector and, with V = double, the one-lane tail.
+// Everything here and in the kernels lives in the namespace QM_ISA_NS of the unit's set, so no
+// function compiled for a wider set can stand in for a narrower one at link time.
+//
+// Host buffers are read and written only through unaligned loads and stores (or memcpy), so an
+// image at any address is safe.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "core/cpu.h"
+
+#if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
+#define QM_ISA_NS avx512
+#define QM_VECTOR_BYTES 64
+#if defined(__GNUC__) && !defined(__clang__)
+// GCC 12's AVX-512 conversion intrinsics start from an undefined register and warn about it.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#elif defined(__AVX2__)
+#define QM_ISA_NS avx2
+#define QM_VECTOR_BYTES 32
+#else
+#define QM_ISA_NS baseline
+#define QM_VECTOR_BYTES 16
+#endif
+
+namespace qm::QM_ISA_NS {
+
+// Whether this set fuses multiply and add (the AVX2 and AVX-512 units are built with FMA).
+#if defined(__FMA__)
+inline constexpr bool kFma = true;
+#else
+inline constexpr bool kFma = false;
+#endif
+
+inline constexpr size_t kLanes = QM_VECTOR_BYTES / sizeof(double);
+
+typedef double VD __attribute__((vector_size(QM_VECTOR_BYTES)));
+// kLanes int32 (a half-width register on the vector sets, the low half of one on SSE2).
+#if QM_VECTOR_BYTES == 64
+using VI = __m256i;
+#else
+using VI = __m128i;
+#endif
+
+template <class T> QM_INLINE T LoadAt(const unsigned char* base, size_t i) noexcept {
+    T v;
+    std::memcpy(&v, base + i * sizeof(T), sizeof(T));
+    return v;
+}
+template <class T> QM_INLINE void StoreAt(unsigned char* base, size_t i, T v) noexcept {
+    std::memcpy(base + i * sizeof(T), &v, sizeof(T));
+}
+
+QM_INLINE VD LoadVD(const double* p) noexcept {
+    VD v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+QM_INLINE void StoreVD(double* p, VD v) noexcept { std::memcpy(p, &v, sizeof v); }
+QM_INLINE VD SplatVD(double x) noexcept { return VD{} + x; }
+
+// Whether every lane of a comparison of VDs holds.
+template <class M> QM_INLINE bool AllOf(M m) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_movepi64_mask(reinterpret_cast<__m512i>(m)) == 0xFF;
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_movemask_pd(reinterpret_cast<__m256d>(m)) == 0xF;
+#else
+    return _mm_movemask_pd(reinterpret_cast<__m128d>(m)) == 0x3;
+#endif
+}
+
+// kLanes integer elements of S at p, sign- or zero-extended to int32 (int32 itself as it is).
+template <class S> QM_INLINE VI LoadInt(const unsigned char* p) noexcept {
+    static_assert(std::is_integral_v<S> && sizeof(S) <= 4);
+#if QM_VECTOR_BYTES == 64
+    if constexpr (sizeof(S) == 4) return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    else if constexpr (sizeof(S) == 2) {
+        const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm256_cvtepi16_epi32(w) : _mm256_cvtepu16_epi32(w);
+    } else {
+        const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm256_cvtepi8_epi32(b) : _mm256_cvtepu8_epi32(b);
+    }
+#elif QM_VECTOR_BYTES == 32
+    if constexpr (sizeof(S) == 4) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    else if constexpr (sizeof(S) == 2) {
+        const __m128i w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm_cvtepi16_epi32(w) : _mm_cvtepu16_epi32(w);
+    } else {
+        int32_t four;
+        std::memcpy(&four, p, 4);
+        const __m128i b = _mm_cvtsi32_si128(four);
+        return std::is_signed_v<S> ? _mm_cvtepi8_epi32(b) : _mm_cvtepu8_epi32(b);
+    }
+#else
+    if constexpr (sizeof(S) == 4) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+    else {
+        int32_t bits = 0;
+        std::memcpy(&bits, p, 2 * sizeof(S));
+        __m128i v = _mm_cvtsi32_si128(bits);
+        if constexpr (sizeof(S) == 1) v = _mm_unpacklo_epi8(v, v);  // each byte into the top of a word
+        else v = _mm_unpacklo_epi16(v, v);                          // each word into the top of a dword
+        if constexpr (sizeof(S) == 1) v = _mm_unpacklo_epi16(v, v);
+        return std::is_signed_v<S> ? _mm_srai_epi32(v, 32 - 8 * sizeof(S)) : _mm_srli_epi32(v, 32 - 8 * sizeof(S));
+    }
+#endif
+}
+
+QM_INLINE VD ToDouble(VI v) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return reinterpret_cast<VD>(_mm512_cvtepi32_pd(v));
+#elif QM_VECTOR_BYTES == 32
+    return reinterpret_cast<VD>(_mm256_cvtepi32_pd(v));
+#else
+    return reinterpret_cast<VD>(_mm_cvtepi32_pd(v));
+#endif
+}
+
+// kLanes elements of S at p, exactly as doubles.
+template <class S> QM_INLINE VD LoadDouble(const unsigned char* p) noexcept {
+    if constexpr (std::is_same_v<S, double>) {
+        VD v;
+        std::memcpy(&v, p, sizeof v);
+        return v;
+    } else if constexpr (std::is_same_v<S, float>) {
+#if QM_VECTOR_BYTES == 64
+        return reinterpret_cast<VD>(_mm512_cvtps_pd(_mm256_loadu_ps(reinterpret_cast<const float*>(p))));
+#elif QM_VECTOR_BYTES == 32
+        return reinterpret_cast<VD>(_mm256_cvtps_pd(_mm_loadu_ps(reinterpret_cast<const float*>(p))));
+#else
+        return reinterpret_cast<VD>(_mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))));
+#endif
+    } else {
+        return ToDouble(LoadInt<S>(p));
+    }
+}
+
+// Lanes truncated toward zero to int32; valid where every lane lies in (-2^31 - 1, 2^31).
+QM_INLINE VI TruncateToInt32(VD v) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_cvttpd_epi32(reinterpret_cast<__m512d>(v));
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_cvttpd_epi32(reinterpret_cast<__m256d>(v));
+#else
+    return _mm_cvttpd_epi32(reinterpret_cast<__m128d>(v));
+#endif
+}
+
+QM_INLINE bool AllWithinInt32(VD v) noexcept { return AllOf((v > -2147483649.0) & (v < 2147483648.0)); }
+
+// The low bits of each int32 lane into kLanes elements of integer type D at p.
+template <class D> QM_INLINE void StoreInt(unsigned char* p, VI v) noexcept {
+    static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
+#if QM_VECTOR_BYTES == 64
+    if constexpr (sizeof(D) == 4) _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+    else if constexpr (sizeof(D) == 2) _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi16(v));
+    else _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi8(v));
+#elif QM_VECTOR_BYTES == 32
+    if constexpr (sizeof(D) == 4) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+    } else if constexpr (sizeof(D) == 2) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p),
+                         _mm_shuffle_epi8(v, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1)));
+    } else {
+        const int32_t four = _mm_cvtsi128_si32(
+            _mm_shuffle_epi8(v, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1)));
+        std::memcpy(p, &four, 4);
+    }
+#else
+    if constexpr (sizeof(D) == 4) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v);
+    } else {
+        const auto lo = static_cast<uint32_t>(_mm_cvtsi128_si32(v));
+        const auto hi = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(v, 4)));
+        const D two[2] = {static_cast<D>(lo), static_cast<D>(hi)};
+        std::memcpy(p, two, sizeof two);
+    }
+#endif
+}
+
+// kLanes doubles rounded to nearest float (by the current rounding mode, as a scalar conversion).
+QM_INLINE void StoreFloat(unsigned char* p, VD v) noexcept {
+#if QM_VECTOR_BYTES == 64
+    _mm256_storeu_ps(reinterpret_cast<float*>(p), _mm512_cvtpd_ps(reinterpret_cast<__m512d>(v)));
+#elif QM_VECTOR_BYTES == 32
+    _mm_storeu_ps(reinterpret_cast<float*>(p), _mm256_cvtpd_ps(reinterpret_cast<__m256d>(v)));
+#else
+    _mm_storel_pi(reinterpret_cast<__m64*>(p), _mm_cvtpd_ps(reinterpret_cast<__m128d>(v)));
+#endif
+}
+
+// Int32 lanes: wrapping sum and low 32 bits of the product.
+QM_INLINE VI AddInt(VI a, VI b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm256_add_epi32(a, b);
+#else
+    return _mm_add_epi32(a, b);
+#endif
+}
+QM_INLINE VI MulInt(VI a, VI b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm256_mullo_epi32(a, b);
+#elif QM_VECTOR_BYTES == 32
+    return _mm_mullo_epi32(a, b);
+#else
+    const __m128i even = _mm_mul_epu32(a, b);
+    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
+    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+#endif
+}
+QM_INLINE VI SplatInt(int32_t x) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm256_set1_epi32(x);
+#else
+    return _mm_set1_epi32(x);
+#endif
+}
+
+}  // namespace qm::QM_ISA_NS

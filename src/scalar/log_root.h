@@ -1,0 +1,46 @@
+// 505 decimal logarithm of every element, 506 natural logarithm and 507 square root of the last.
+//
+// 505: x > 0 stores log10(x) in extended precision (core/log10.h), rounded once to the
+// destination; x <= 0 or NaN stores 0 and the call reports ElementNotComputed after finishing
+// every element. Between integer types the truncated logarithm of x >= 1 is its number of decimal
+// digits less one, so no logarithm is taken.
+// 506 and 507 read every element but keep the last; ln or sqrt of it, in extended precision, goes
+// into destination element 0 only (the others are left as they were). A last element <= 0 (zero
+// included) or NaN stores 0 there and reports ElementNotComputed.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "core/log10.h"
+#include "core/truncate.h"
+
+namespace qm::scalar {
+
+// Element i of the destination from the widened source element x; true when x was not positive.
+template <class D, bool kDigits> inline bool Log10Element(double x, unsigned char* dst, size_t i) noexcept {
+    D r = D(0);
+    const bool failed = !(x > 0.0);
+    if constexpr (kDigits) {
+        int64_t digits = 0;
+        double power = 10.0;
+        for (int k = 1; k <= 9; ++k, power *= 10.0) digits += static_cast<int64_t>(x >= power);
+        r = LowBits<D>(digits);
+    } else if (!failed) {
+        r = StoreFloat<D>(Log10Extended(x));
+    }
+    std::memcpy(dst + i * sizeof(D), &r, sizeof(D));
+    return failed;
+}
+
+// ln (506) or sqrt (507) of the last element into destination element 0; true when not positive.
+template <class D, bool kRoot> inline bool LastElement(double last, unsigned char* dst) noexcept {
+    const auto v = static_cast<long double>(last);
+    const D r = v > 0.0L ? StoreFloat<D>(kRoot ? std::sqrt(v) : std::log(v)) : D(0);
+    std::memcpy(dst, &r, sizeof(D));
+    return !(v > 0.0L);
+}
+
+}  // namespace qm::scalar
