@@ -20,6 +20,7 @@
 #include <type_traits>
 
 #include "core/cpu.h"
+#include "core/truncate.h"
 
 #if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
 #define QM_ISA_NS avx512
@@ -162,6 +163,20 @@ QM_INLINE VI TruncateToInt32(VD v) noexcept {
 
 QM_INLINE bool AllWithinInt32(VD v) noexcept { return AllOf((v > -2147483649.0) & (v < 2147483648.0)); }
 
+// The low 32 bits of each lane's TruncateToInteger (0 for NaN, infinities and values beyond int64).
+QM_INLINE VI TruncateLow32(VD v) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_cvtepi64_epi32(_mm512_cvttpd_epi64(reinterpret_cast<__m512d>(v)));  // the same rule in hardware
+#else
+    if (AllWithinInt32(v)) return TruncateToInt32(v);
+    alignas(QM_VECTOR_BYTES) int32_t low[kLanes];
+    for (size_t k = 0; k < kLanes; ++k) low[k] = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(v[k]))));
+    VI r{};
+    std::memcpy(&r, low, sizeof low);
+    return r;
+#endif
+}
+
 // The low bits of each int32 lane into kLanes elements of integer type D at p.
 template <class D> QM_INLINE void StoreInt(unsigned char* p, VI v) noexcept {
     static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
@@ -203,12 +218,19 @@ QM_INLINE void StoreFloat(unsigned char* p, VD v) noexcept {
 #endif
 }
 
-// Int32 lanes: wrapping sum and low 32 bits of the product.
+// Int32 lanes: wrapping sum and difference, and low 32 bits of the product.
 QM_INLINE VI AddInt(VI a, VI b) noexcept {
 #if QM_VECTOR_BYTES == 64
     return _mm256_add_epi32(a, b);
 #else
     return _mm_add_epi32(a, b);
+#endif
+}
+QM_INLINE VI SubInt(VI a, VI b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm256_sub_epi32(a, b);
+#else
+    return _mm_sub_epi32(a, b);
 #endif
 }
 QM_INLINE VI MulInt(VI a, VI b) noexcept {
@@ -223,6 +245,13 @@ QM_INLINE VI MulInt(VI a, VI b) noexcept {
                               _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
 #endif
 }
+// kLanes int32 of a block (on SSE2 the upper half of the register is left 0 and not stored).
+QM_INLINE VI LoadVI(const int32_t* p) noexcept {
+    VI v{};
+    std::memcpy(&v, p, 4 * kLanes);
+    return v;
+}
+QM_INLINE void StoreVI(int32_t* p, VI v) noexcept { std::memcpy(p, &v, 4 * kLanes); }
 QM_INLINE VI SplatInt(int32_t x) noexcept {
 #if QM_VECTOR_BYTES == 64
     return _mm256_set1_epi32(x);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/overlap.h"
 #include "scalar/add_subtract.h"
@@ -132,20 +133,21 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
 Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const void* source, double a, double b,
            size_t n) noexcept {
     const scalar::Kernels& k = scalar::kTables.Active();
+    const blocks::Kernels& io = blocks::kTables.Active();
     const int32_t dstType = dstImage->eType;
     const Plan p = PlanOperation(k, op, srcType, dstType, a, b);
     const auto* src = static_cast<const unsigned char*>(source);
     auto* dst = static_cast<unsigned char*>(dstImage->pData);
     const size_t ss = ElementSize(srcType), ds = ElementSize(dstType);
-    alignas(64) double v[scalar::kBlock];
+    alignas(64) double v[blocks::kBlock];
     if (p.path == Plan::Path::Last) {
-        k.load[srcType](src + (n - 1) * ss, 1, v);
+        io.load[srcType](src + (n - 1) * ss, 1, v);
         return p.last(v[0], dst) ? Status::ElementNotComputed : Status::Ok;
     }
-    alignas(64) int32_t w[scalar::kBlock];
+    alignas(64) int32_t w[blocks::kBlock];
     // Blocks read all their elements before writing any; where the destination overlaps the
     // source so that a write could change an element not yet read, elements go one at a time.
-    const size_t block = BlockwiseIsSafe(dst, ds, src, ss, n) ? scalar::kBlock : 1;
+    const size_t block = BlockwiseIsSafe(dst, ds, src, ss, n) ? blocks::kBlock : 1;
     bool failed = false;
     for (size_t i0 = 0; i0 < n; i0 += block) {
         const size_t m = std::min(block, n - i0);
@@ -153,22 +155,22 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         unsigned char* d = dst + i0 * ds;
         switch (p.path) {
             case Plan::Path::Integer:
-                k.loadInt[srcType](s, m, w);
+                io.entry[srcType](s, m, w);
                 p.integer(w, m, p.ci);
-                k.storeInt[dstType](w, m, d);
+                io.storeInt[dstType](w, m, d);
                 break;
             case Plan::Path::Exact:
-                k.load[srcType](s, m, v);
+                io.load[srcType](s, m, v);
                 p.exact(v, m, p.c.a, d);
                 break;
             case Plan::Path::Log10:
-                k.load[srcType](s, m, v);
+                io.load[srcType](s, m, v);
                 failed |= p.log10(v, m, d);
                 break;
             default:
-                k.load[srcType](s, m, v);
+                io.load[srcType](s, m, v);
                 if (p.form != nullptr) p.form(v, m, p.c);
-                k.store[dstType](v, m, d);
+                io.store[dstType](v, m, d);
                 break;
         }
     }

@@ -19,23 +19,6 @@ namespace {
 
 using namespace ::qm::QM_ISA_NS;
 
-// Source elements, exactly, as doubles.
-template <class S> void LoadBlock(const unsigned char* src, size_t n, double* out) noexcept {
-    size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) StoreVD(out + i, LoadDouble<S>(src + i * sizeof(S)));
-    for (; i < n; ++i) out[i] = static_cast<double>(LoadAt<S>(src, i));
-}
-
-// Integer source elements as int32.
-template <class S> void LoadIntBlock(const unsigned char* src, size_t n, int32_t* out) noexcept {
-    size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) {
-        const VI x = LoadInt<S>(src + i * sizeof(S));
-        std::memcpy(out + i, &x, 4 * kLanes);
-    }
-    for (; i < n; ++i) out[i] = static_cast<int32_t>(LoadAt<S>(src, i));
-}
-
 // Applies a plain form to every double of a block.
 template <class Fn> QM_INLINE void Map(double* v, size_t n, Fn fn) noexcept {
     size_t i = 0;
@@ -60,43 +43,10 @@ template <class Op> void IntegerForm(int32_t* v, size_t n, uint32_t c) noexcept 
     size_t i = 0;
     const VI k = SplatInt(static_cast<int32_t>(c));
     for (; i + kLanes <= n; i += kLanes) {
-        VI x;
-        std::memcpy(&x, v + i, 4 * kLanes);
-        x = std::is_same_v<Op, AddOp> ? AddInt(x, k) : MulInt(x, k);
-        std::memcpy(v + i, &x, 4 * kLanes);
+        const VI x = LoadVI(v + i);
+        StoreVI(v + i, std::is_same_v<Op, AddOp> ? AddInt(x, k) : MulInt(x, k));
     }
     for (; i < n; ++i) v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(v[i]), c));
-}
-
-// The store rule of doubles into D: floats round to nearest, integers keep the low bits of the
-// truncation toward zero (0 for NaN, infinities and values beyond int64).
-template <class D> void StoreBlock(const double* v, size_t n, unsigned char* dst) noexcept {
-    size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) {
-        const VD x = LoadVD(v + i);
-        unsigned char* p = dst + i * sizeof(D);
-        if constexpr (std::is_same_v<D, double>) {
-            std::memcpy(p, &x, sizeof x);
-        } else if constexpr (std::is_same_v<D, float>) {
-            ::qm::QM_ISA_NS::StoreFloat(p, x);
-        } else if (AllWithinInt32(x)) {
-            StoreInt<D>(p, TruncateToInt32(x));
-        } else {
-            for (size_t k = 0; k < kLanes; ++k) StoreAt<D>(p, k, qm::StoreFloat<D>(v[i + k]));
-        }
-    }
-    for (; i < n; ++i) StoreAt<D>(dst, i, qm::StoreFloat<D>(v[i]));
-}
-
-// The low bits of int32 values into integer elements D.
-template <class D> void StoreIntBlock(const int32_t* v, size_t n, unsigned char* dst) noexcept {
-    size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) {
-        VI x;
-        std::memcpy(&x, v + i, 4 * kLanes);
-        ::qm::QM_ISA_NS::StoreInt<D>(dst + i * sizeof(D), x);
-    }
-    for (; i < n; ++i) StoreAt<D>(dst, i, static_cast<D>(v[i]));
 }
 
 // An exact evaluation of Op over a block, each result stored into D.
@@ -104,54 +54,17 @@ template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, d
     for (size_t i = 0; i < n; ++i) StoreAt<D>(dst, i, ApplyExact<Op, kEval, D, kFma>(v[i], a));
 }
 
-template <template <class> class Fn, class R> constexpr void FillByType(R (&row)[9]) noexcept {
-    row[kI8] = Fn<int8_t>::Run;
-    row[kI16] = Fn<int16_t>::Run;
-    row[kI32] = Fn<int32_t>::Run;
-    row[kU8] = Fn<uint8_t>::Run;
-    row[kU16] = Fn<uint16_t>::Run;
-    row[kU32] = Fn<uint32_t>::Run;
-    if constexpr (Fn<float>::kFloats) {
-        row[kF32] = Fn<float>::Run;
-        row[kF64] = Fn<double>::Run;
-    }
+// The exact evaluation of Op into each element type, for the tables.
+template <class Op, int32_t... Code> constexpr void FillExact(ExactFn (&row)[2][9], std::integer_sequence<int32_t, Code...>) noexcept {
+    ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
+    ((row[1][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
 }
-
-// Adapters that name each stage by one element type, for the tables.
-template <class T> struct LoadOf {
-    static constexpr bool kFloats = true;
-    using Source = std::conditional_t<std::is_same_v<T, uint32_t>, int32_t, T>;  // U32 reads as I32
-    static constexpr LoadFn Run = &LoadBlock<Source>;
-};
-template <class T> struct LoadIntOf {
-    static constexpr bool kFloats = false;
-    using Source = std::conditional_t<std::is_same_v<T, uint32_t>, int32_t, T>;
-    static constexpr LoadIntFn Run = &LoadIntBlock<std::conditional_t<std::is_integral_v<T>, Source, int32_t>>;
-};
-template <class T> struct StoreOf {
-    static constexpr bool kFloats = true;
-    static constexpr StoreFn Run = &StoreBlock<T>;
-};
-template <class T> struct StoreIntOf {
-    static constexpr bool kFloats = false;
-    static constexpr StoreIntFn Run = &StoreIntBlock<std::conditional_t<std::is_integral_v<T>, T, int32_t>>;
-};
-template <class Op, Eval kEval> struct ExactInto {
-    template <class T> struct Of {
-        static constexpr bool kFloats = true;
-        static constexpr ExactFn Run = &Exact<Op, kEval, T>;
-    };
-};
-
 template <class Op> constexpr void FillExact(ExactFn (&row)[2][9]) noexcept {
-    FillByType<ExactInto<Op, Eval::Exact>::template Of>(row[0]);
-    FillByType<ExactInto<Op, Eval::Scaled>::template Of>(row[1]);
+    FillExact<Op>(row, std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
 }
 
 constexpr Kernels MakeKernels() noexcept {
     Kernels k{};
-    FillByType<LoadOf>(k.load);
-    FillByType<LoadIntOf>(k.loadInt);
     k.form[static_cast<int>(Form::Add)] = &PlainForm<AddOp>;
     k.form[static_cast<int>(Form::Mul)] = &PlainForm<MulOp>;
     k.form[static_cast<int>(Form::Div)] = &PlainForm<DivOp>;
@@ -161,8 +74,6 @@ constexpr Kernels MakeKernels() noexcept {
     k.form[static_cast<int>(Form::Zero)] = &ZeroForm;
     k.intAdd = &IntegerForm<AddOp>;
     k.intMul = &IntegerForm<MulOp>;
-    FillByType<StoreOf>(k.store);
-    FillByType<StoreIntOf>(k.storeInt);
     FillExact<AddOp>(k.exact[static_cast<int>(ExactOp::Add)]);
     FillExact<MulOp>(k.exact[static_cast<int>(ExactOp::Mul)]);
     FillExact<DivOp>(k.exact[static_cast<int>(ExactOp::Div)]);

@@ -1,0 +1,76 @@
+// The block stages of core/blocks.h, written once over the lanes of core/lanes.h and compiled
+// once for each instruction set by blocks_<set>.cpp. Include only there.
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/blocks.h"
+#include "core/element_types.h"
+#include "core/lanes.h"
+#include "core/truncate.h"
+
+namespace qm::blocks::QM_ISA_NS {
+namespace {
+
+using namespace ::qm::QM_ISA_NS;
+
+template <class S> void LoadBlock(const unsigned char* src, size_t n, double* out) noexcept {
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) StoreVD(out + i, LoadDouble<S>(src + i * sizeof(S)));
+    for (; i < n; ++i) out[i] = static_cast<double>(LoadAt<S>(src, i));
+}
+
+template <class S> void EntryBlock(const unsigned char* src, size_t n, int32_t* out) noexcept {
+    size_t i = 0;
+    if constexpr (std::is_integral_v<S>) {
+        for (; i + kLanes <= n; i += kLanes) StoreVI(out + i, LoadInt<S>(src + i * sizeof(S)));
+        for (; i < n; ++i) out[i] = static_cast<int32_t>(LoadAt<S>(src, i));
+    } else {
+        for (; i + kLanes <= n; i += kLanes) StoreVI(out + i, TruncateLow32(LoadDouble<S>(src + i * sizeof(S))));
+        for (; i < n; ++i) {
+            const auto t = static_cast<uint64_t>(TruncateToInteger(static_cast<double>(LoadAt<S>(src, i))));
+            out[i] = static_cast<int32_t>(static_cast<uint32_t>(t));
+        }
+    }
+}
+
+template <class D> void StoreBlock(const double* v, size_t n, unsigned char* dst) noexcept {
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        const VD x = LoadVD(v + i);
+        unsigned char* p = dst + i * sizeof(D);
+        if constexpr (std::is_same_v<D, double>) {
+            std::memcpy(p, &x, sizeof x);
+        } else if constexpr (std::is_same_v<D, float>) {
+            StoreFloat(p, x);
+        } else {
+            StoreInt<D>(p, TruncateLow32(x));
+        }
+    }
+    for (; i < n; ++i) StoreAt<D>(dst, i, ::qm::StoreFloat<D>(v[i]));
+}
+
+template <class D> void StoreIntBlock(const int32_t* v, size_t n, unsigned char* dst) noexcept {
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) StoreInt<D>(dst + i * sizeof(D), LoadVI(v + i));
+    for (; i < n; ++i) StoreAt<D>(dst, i, static_cast<D>(v[i]));
+}
+
+// U32 elements are read as I32.
+template <int32_t Code> using Read = Element<Code == kU32 ? kI32 : Code>;
+
+template <int32_t... Code> constexpr Kernels MakeKernels(std::integer_sequence<int32_t, Code...>) noexcept {
+    Kernels k{};
+    ((k.load[Code] = &LoadBlock<Read<Code>>), ...);
+    ((k.entry[Code] = &EntryBlock<Read<Code>>), ...);
+    ((k.store[Code] = &StoreBlock<Element<Code>>), ...);
+    ((k.storeInt[Code] = std::is_integral_v<Element<Code>> ? &StoreIntBlock<std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>> : nullptr), ...);
+    return k;
+}
+
+}  // namespace
+
+extern constinit const Kernels kKernels =
+    MakeKernels(std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
+
+}  // namespace qm::blocks::QM_ISA_NS
