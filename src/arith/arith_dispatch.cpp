@@ -1,23 +1,71 @@
+// The arithmetic dispatcher, the type-pair routines and the block loop they share.
 #include "arith/arith_dispatch.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
-#include "arith/arith_pairs.h"
+#include "arith/arith_kernels.h"
+#include "arith/arith_rules.h"
+#include "core/blocks.h"
 #include "core/element_types.h"
+#include "core/overlap.h"
 
 namespace qm {
 namespace {
 
+bool Missing(const QmdDataStruct* d) noexcept { return d == nullptr || d->pData == nullptr; }
+
+// Operation `op` (1 to 4) of n elements of operand types ta and tb into dst, block by block.
+Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, const void* opA, int32_t tb,
+                     const void* opB, size_t n) noexcept {
+    const blocks::Kernels& io = blocks::kTables.Active();
+    const arith::Kernels& k = arith::kTables.Active();
+    const int32_t td = dstImage->eType;
+    auto* dst = static_cast<unsigned char*>(dstImage->pData);
+    const auto* a = static_cast<const unsigned char*>(opA);
+    const auto* b = static_cast<const unsigned char*>(opB);
+    const size_t ds = ElementSize(td), as = ElementSize(ta), bs = ElementSize(tb);
+    // Element i of both operands is read before element i of the destination is written; blocks
+    // keep that order only where no write can reach an operand element of a later index.
+    const size_t block =
+        BlockwiseIsSafe(dst, ds, a, as, n) && BlockwiseIsSafe(dst, ds, b, bs, n) ? blocks::kBlock : 1;
+    const bool real = td == kF32 || td == kF64;
+    alignas(64) double va[blocks::kBlock], vb[blocks::kBlock];
+    alignas(64) int32_t wa[blocks::kBlock], wb[blocks::kBlock];
+    bool zero = false;
+    for (size_t i0 = 0; i0 < n; i0 += block) {
+        const size_t m = std::min(block, n - i0);
+        unsigned char* d = dst + i0 * ds;
+        if (real) {
+            io.load[ta](a + i0 * as, m, va);
+            io.load[tb](b + i0 * bs, m, vb);
+            zero |= k.real[op](va, vb, m);
+            io.store[td](va, m, d);
+        } else {
+            io.entry[ta](a + i0 * as, m, wa);
+            io.entry[tb](b + i0 * bs, m, wb);
+            if (op == arith::kDivide) {
+                zero |= k.divide[td](wa, wb, m, d);
+            } else {
+                k.integer[op](wa, wb, m);
+                io.storeInt[td](wa, m, d);
+            }
+        }
+    }
+    return zero ? Status::ElementNotComputed : Status::Ok;
+}
+
 // U32 operands share the I32 routines on both sides, so they take part as signed 32-bit values.
-template <int32_t Code> using ArithOperand = Element<Code == kU32 ? kI32 : Code>;
+constexpr int32_t Operand(int32_t code) noexcept { return code == kU32 ? kI32 : code; }
 
 using RoutineTable = std::array<std::array<ArithRoutine, 9>, 9>;  // [operand 1 type][operand 2 type]
 
 template <int32_t Op1, int32_t... Op2>
 constexpr std::array<ArithRoutine, 9> MakeRoutineRow(std::integer_sequence<int32_t, Op2...>) noexcept {
     std::array<ArithRoutine, 9> row{};
-    ((row[Op2] = &ArithPair<ArithOperand<Op1>, ArithOperand<Op2>>), ...);
+    ((row[Op2] = &ArithPair<Operand(Op1), Operand(Op2)>), ...);
     return row;
 }
 
@@ -30,9 +78,15 @@ template <int32_t... Op1> constexpr RoutineTable MakeRoutineTable(std::integer_s
 constexpr RoutineTable kRoutines =
     MakeRoutineTable(std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
 
-bool Missing(const QmdDataStruct* d) noexcept { return d == nullptr || d->pData == nullptr; }
-
 }  // namespace
+
+template <int32_t A, int32_t B>
+Status ArithPair(int32_t op, const QmdDataStruct* dst, const void* op1, const void* op2, int32_t count) noexcept {
+    if (!IsNumericType(dst->eType)) return Status::UnsupportedType;
+    if (op < arith::kAdd || op > arith::kMultiply) return Status::Ok;
+    if (count < 1) return Status::MissingImage;
+    return RunArithmetic(op, dst, A, op1, B, op2, static_cast<size_t>(count));
+}
 
 ArithRoutine ArithRoutineFor(int32_t op1Type, int32_t op2Type) noexcept {
     if (!IsNumericType(op1Type) || !IsNumericType(op2Type)) return nullptr;
