@@ -218,6 +218,17 @@ QM_INLINE void StoreFloat(unsigned char* p, VD v) noexcept {
 #endif
 }
 
+// Each lane rounded to the nearest single, as a double.
+QM_INLINE VD RoundToSingle(VD v) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return reinterpret_cast<VD>(_mm512_cvtps_pd(_mm512_cvtpd_ps(reinterpret_cast<__m512d>(v))));
+#elif QM_VECTOR_BYTES == 32
+    return reinterpret_cast<VD>(_mm256_cvtps_pd(_mm256_cvtpd_ps(reinterpret_cast<__m256d>(v))));
+#else
+    return reinterpret_cast<VD>(_mm_cvtps_pd(_mm_cvtpd_ps(reinterpret_cast<__m128d>(v))));
+#endif
+}
+
 // Int32 lanes: wrapping sum and difference, and low 32 bits of the product.
 QM_INLINE VI AddInt(VI a, VI b) noexcept {
 #if QM_VECTOR_BYTES == 64

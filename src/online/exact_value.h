@@ -24,15 +24,18 @@ using Exact = ExactValue;
 // to double vectorisable on every instruction set). The integer is split into a high part and 16
 // low bits; each part times the factor needs at most 45 bits, so both products are exact and one
 // error-free sum joins them. A factor that is infinite or not a number takes the plain product
-// instead (the parts would give inf - inf or 0 x inf where the whole does not).
+// instead (the parts would give inf - inf or 0 x inf where the whole does not), and so does a
+// zero product.
 template <class I> QM_INLINE Exact ExactProduct(I v, float f) noexcept {
     const double fd = f;
     const double plain = static_cast<double>(v) * fd;
     const double high = static_cast<double>(static_cast<I>(v >> 16)) * fd * 65536.0;
     const double low = static_cast<double>(static_cast<I>(v & 0xFFFF)) * fd;
     const Exact split = TwoSum(high, low);
-    const bool finite = std::fabs(fd) <= static_cast<double>(std::numeric_limits<float>::max());
-    return {finite ? split.hi : plain, finite ? split.lo : 0.0, 0.0};
+    // A zero product is exact in the plain form, with the sign IEEE gives it (-3 x +0 is -0.0),
+    // which the sum of the parts (-0.0 + 0.0) would lose.
+    const bool useSplit = std::fabs(fd) <= static_cast<double>(std::numeric_limits<float>::max()) && plain != 0.0;
+    return {useSplit ? split.hi : plain, useSplit ? split.lo : 0.0, 0.0};
 }
 
 // value > a and value < a for the exact value: hi decides unless it equals a, then lo does.

@@ -3,18 +3,102 @@
 #include <algorithm>
 
 #include "core/colour_copy.h"
+#include "core/blocks.h"
 #include "core/element_types.h"
+#include "core/overlap.h"
 #include "online/frame_plan.h"
+#include "online/online_kernels.h"
 #include "online/orientation.h"
 
 namespace qm::online {
 namespace {
+
+// The buffers and constants of one frame's kernel.
+struct KernelArgs {
+    unsigned char* out = nullptr;
+    const unsigned char* src = nullptr;
+    const int32_t* dark = nullptr;
+    const float* flat = nullptr;
+    const float* gain = nullptr;
+    double a = 0.0;
+    double b = 0.0;
+    size_t n = 0;
+};
 
 // Pixel count of the plain converting copy: width x height x depth as a signed 32-bit product,
 // but never more than the width x height elements the descriptor describes.
 int32_t ConvertCopyCount(const QmdDataStruct& out) noexcept {
     const auto withDepth = static_cast<int32_t>(out.nWidth * out.nHeight * out.nDepth);
     return std::min(withDepth, std::max(ElementCount(out), int32_t{0}));
+}
+
+
+using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept;
+using LogFn = void (*)(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept;
+
+// The per-element forms, by output type code: wide flat-field blocks by final stage, and the
+// logarithm by where the flat factor enters.
+template <Stage St, bool kAcc> constexpr WideFn kWide[9] = {
+    nullptr,
+    WideFlatBlock<St, uint8_t, kAcc>,  WideFlatBlock<St, uint16_t, kAcc>, WideFlatBlock<St, uint32_t, kAcc>,
+    WideFlatBlock<St, float, kAcc>,    WideFlatBlock<St, double, kAcc>,   WideFlatBlock<St, uint8_t, kAcc>,
+    WideFlatBlock<St, uint16_t, kAcc>, WideFlatBlock<St, uint32_t, kAcc>,
+};
+template <LogOrder Ord, bool kAcc> constexpr LogFn kLog[9] = {
+    nullptr,
+    LogBlock<Ord, uint8_t, kAcc>,  LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
+    LogBlock<Ord, float, kAcc>,    LogBlock<Ord, double, kAcc>,   LogBlock<Ord, uint8_t, kAcc>,
+    LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
+};
+
+WideFn PickWide(Stage stage, bool acc, int32_t type) noexcept {
+    if (stage == Stage::Threshold) return acc ? kWide<Stage::Threshold, true>[type] : kWide<Stage::Threshold, false>[type];
+    if (stage == Stage::Clip) return acc ? kWide<Stage::Clip, true>[type] : kWide<Stage::Clip, false>[type];
+    return acc ? kWide<Stage::None, true>[type] : kWide<Stage::None, false>[type];
+}
+
+LogFn PickLog(const FramePlan& plan, int32_t type) noexcept {
+    const bool acc = plan.accumulate;
+    if (!plan.flat) return acc ? kLog<LogOrder::NoFlat, true>[type] : kLog<LogOrder::NoFlat, false>[type];
+    if (!plan.dark) return acc ? kLog<LogOrder::FlatFirst, true>[type] : kLog<LogOrder::FlatFirst, false>[type];
+    return acc ? kLog<LogOrder::GainFirst, true>[type] : kLog<LogOrder::GainFirst, false>[type];
+}
+
+// Runs the kernel of a frame over n pixels, block by block: the base values, the flat factor
+// (exactly: plainly where every value of the block is narrow enough, else as an exact product),
+// the final stage, then the store or the accumulation.
+void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int32_t outType, size_t pixelBytes) noexcept {
+    const Kernels& kk = kTables.Active();
+    const blocks::Kernels& io = blocks::kTables.Active();
+    const BaseFn base = kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
+    const size_t os = ElementSize(outType);
+    const WideFn wide = PickWide(plan.stage, plan.accumulate, outType);
+    const LogFn log = plan.stage == Stage::Log ? PickLog(plan, outType) : nullptr;
+    // A block reads all its source pixels before writing; where the output overlaps the source
+    // so that a write could change a pixel not yet read, pixels go one at a time.
+    const size_t block = BlockwiseIsSafe(k.out, os, k.src, pixelBytes, k.n) ? blocks::kBlock : 1;
+    alignas(64) double v[blocks::kBlock];
+    for (size_t i0 = 0; i0 < k.n; i0 += block) {
+        const size_t m = std::min(block, k.n - i0);
+        unsigned char* out = k.out + i0 * os;
+        const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
+        base(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, v);
+        if (log != nullptr) {
+            log(v, flat, k.gain + i0, m, out);
+            continue;
+        }
+        if (plan.flat && !kk.flat(v, flat, m)) {
+            wide(v, flat, m, k.a, k.b, out);
+            continue;
+        }
+        if (plan.stage == Stage::Threshold) kk.threshold(v, m, k.a, k.b);
+        if (plan.stage == Stage::Clip) kk.clip(v, m, k.a, k.b);
+        if (plan.accumulate) {
+            kk.accumulate[outType](v, m, out);
+        } else {
+            io.store[outType](v, m, out);
+        }
+    }
 }
 
 }  // namespace
@@ -45,8 +129,7 @@ Status RunOnlineFrame(const OnlineFrame& frame, const PipelineLayout& layout) no
         if (const Status s = OrientSource(*src, plan, layout.orientCells); s != Status::Ok) return s;
     }
     if (plan.contradictory) return Status::ContradictoryOptions;
-    const int outputClass = OutputClassOf(out->eType);
-    if (outputClass < 0) return Status::UnsupportedType;
+    if (!IsNumericType(out->eType)) return Status::UnsupportedType;
     if (n < 1) return plan.ConvertCopy() ? Status::Ok : Status::MissingImage;
 
     KernelArgs args;
@@ -58,7 +141,7 @@ Status RunOnlineFrame(const OnlineFrame& frame, const PipelineLayout& layout) no
     args.a = frame.a;
     args.b = frame.b;
     args.n = static_cast<size_t>(n);
-    (*layout.kernels)[KernelSlot(outputClass, plan.dark, plan.flat, plan.stage, plan.accumulate)](args);
+    RunKernel(plan, layout.pick(plan.dark, plan.flat, plan.stage, plan.accumulate), args, out->eType, layout.pixelBytes);
     return Status::Ok;
 }
 

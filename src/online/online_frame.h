@@ -5,13 +5,15 @@
 
 #include "core/status.h"
 #include "online/online.h"
-#include "online/online_kernel.h"
+#include "online/frame_plan.h"
+#include "online/online_rules.h"
 
 namespace qm::online {
 
 // What distinguishes one pipeline (or one reading of it) from another.
 struct PipelineLayout {
-    const KernelTable* kernels;
+    // The reader and dark rule of each kernel: (dark, flat, final stage, accumulate).
+    Reading (*pick)(bool dark, bool flat, Stage stage, bool accumulate) noexcept;
     size_t pixelBytes;   // bytes of the source buffer one pixel takes (the source type must give that many)
     size_t orientCells;  // 2 or 4: orientation moves elements of that size; 0: it moves bytes
 };

@@ -10,7 +10,7 @@ struct Pixels16 {
     }
 };
 
-constexpr online::PipelineLayout kLayout16{&online::kKernelTable<Pixels16>, 2, 2};
+constexpr online::PipelineLayout kLayout16{&Pixels16::Pick, 2, 2};
 
 }  // namespace
 

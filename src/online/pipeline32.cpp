@@ -20,8 +20,8 @@ template <online::ReaderId CopyReader> struct Pixels32 {
     }
 };
 
-constexpr online::PipelineLayout kLayoutU32{&online::kKernelTable<Pixels32<online::ReaderId::U32>>, 4, 4};
-constexpr online::PipelineLayout kLayoutI32{&online::kKernelTable<Pixels32<online::ReaderId::I32>>, 4, 4};
+constexpr online::PipelineLayout kLayoutU32{&Pixels32<online::ReaderId::U32>::Pick, 4, 4};
+constexpr online::PipelineLayout kLayoutI32{&Pixels32<online::ReaderId::I32>::Pick, 4, 4};
 
 }  // namespace
 

@@ -12,10 +12,9 @@ template <online::ReaderId Id> struct Pixels8 {
     }
 };
 
-constexpr online::PipelineLayout kLayoutByte{&online::kKernelTable<Pixels8<online::ReaderId::Byte>>, 1, 0};
-constexpr online::PipelineLayout kLayoutMean{&online::kKernelTable<Pixels8<online::ReaderId::ColourMean>>, 3, 0};
-constexpr online::PipelineLayout kLayoutLuminance{
-    &online::kKernelTable<Pixels8<online::ReaderId::ColourLuminance>>, 3, 0};
+constexpr online::PipelineLayout kLayoutByte{&Pixels8<online::ReaderId::Byte>::Pick, 1, 0};
+constexpr online::PipelineLayout kLayoutMean{&Pixels8<online::ReaderId::ColourMean>::Pick, 3, 0};
+constexpr online::PipelineLayout kLayoutLuminance{&Pixels8<online::ReaderId::ColourLuminance>::Pick, 3, 0};
 
 }  // namespace
 

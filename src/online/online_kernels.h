@@ -1,0 +1,38 @@
+// The online family's kernels of one instruction set: the stages a frame runs over each block of
+// pixels (online_rules.h gives the rule). online_kernels_body.h holds them, built once for each
+// instruction set; the frame routine (online_frame.cpp) picks them once per frame.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/cpu.h"
+#include "online/online_rules.h"
+
+namespace qm::online {
+
+// The base values of n pixels from `src` (the block's first pixel) and the dark pixels.
+using BaseFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, double* base) noexcept;
+// v := v x flat where every |v| < 2^29 (the product is then exact); returns false, changing
+// nothing, where some value is wider.
+using FlatFn = bool (*)(double* v, const float* flat, size_t n) noexcept;
+// The threshold or clip stage in place.
+using StageFn = void (*)(double* v, size_t n, double a, double b) noexcept;
+// Adds the results, converted to the output element, into n output elements.
+using AccumulateFn = void (*)(const double* v, size_t n, unsigned char* out) noexcept;
+
+struct Kernels {
+    BaseFn base[kReaders][kDarkRules];
+    FlatFn flat;
+    StageFn threshold;
+    StageFn clip;
+    AccumulateFn accumulate[9];  // by output type code
+};
+
+namespace baseline { extern const Kernels kKernels; }
+namespace avx2 { extern const Kernels kKernels; }
+namespace avx512 { extern const Kernels kKernels; }
+
+inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
+
+}  // namespace qm::online

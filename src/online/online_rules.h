@@ -1,0 +1,109 @@
+// The per-pixel rule of the online kernels, in the order the module applies it:
+//   1. the base value: the source pixel (read by the pipeline's reader), less the dark pixel as a
+//      32-bit wrapping difference read back as signed (or, in the one kernel that says so, as an
+//      exact 33-bit difference of the signed pixel);
+//   2. with the flat field: the base value times the flat factor, exactly;
+//   3. the final stage: threshold (1 where the value is above A, else 0), clip (B above B, else
+//      A below A, else the value: the upper bound is tested first), the decimal logarithm of the
+//      value times the gain (in extended precision), or none;
+//   4. the result stored by the module's store rule, or converted and added into the output pixel
+//      in the output's own type (integers wrap).
+// Base values are integers of at most 33 bits, held exactly as doubles. Up to 29 bits, a product
+// with a float factor (24 bits) is exact in double, so such blocks take the plain vector rule;
+// wider products are carried exactly as hi + lo (exact_value.h) and rounded once.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "core/cpu.h"
+#include "core/exact_arith.h"
+#include "core/log10.h"
+#include "core/truncate.h"
+#include "online/exact_value.h"
+#include "online/frame_plan.h"
+
+namespace qm::online {
+
+// How the dark pixel enters: not at all, as a 32-bit wrapping difference read back as signed, or
+// as an exact (33-bit) difference of the signed source pixel.
+enum class DarkRule : uint8_t { Off, Wrap, Wide };
+inline constexpr int kDarkRules = 3;
+
+// How a source pixel is read: 16- or 32-bit words unsigned (a signed 16-bit -1 reads as 65535),
+// 32-bit words signed, bytes, or colour pixels reduced to their mean or their luminance.
+enum class ReaderId : uint8_t { U16, U32, I32, Byte, ColourMean, ColourLuminance };
+inline constexpr int kReaders = 6;
+
+struct Reading {
+    ReaderId reader;
+    DarkRule dark;
+};
+
+// Bits of the largest base value a reading gives.
+constexpr int BaseBits(Reading r) noexcept {
+    const int source = r.reader == ReaderId::U16 ? 16 : r.reader == ReaderId::U32 || r.reader == ReaderId::I32 ? 32 : 8;
+    return r.dark == DarkRule::Off ? source : r.dark == DarkRule::Wrap ? 32 : 33;
+}
+inline constexpr int kNarrowBits = 29;
+
+// Stage forms over a value type V (a vector of lanes, or one value) for values that are exact.
+template <class V> QM_INLINE V Broadcast(double a) noexcept { return a - V{}; }
+template <class V> QM_INLINE V ThresholdForm(V v, double a) noexcept { return v > a ? Broadcast<V>(1.0) : V{}; }
+template <class V> QM_INLINE V ClipForm(V v, double a, double b) noexcept {
+    return v > b ? Broadcast<V>(b) : (v < a ? Broadcast<V>(a) : v);
+}
+
+template <class D> QM_INLINE D LoadElement(const unsigned char* p, size_t i) noexcept {
+    D v;
+    std::memcpy(&v, p + i * sizeof(D), sizeof(D));
+    return v;
+}
+template <class D> QM_INLINE void StoreElement(unsigned char* p, size_t i, D v) noexcept {
+    std::memcpy(p + i * sizeof(D), &v, sizeof(D));
+}
+
+// Writes or adds a converted result into output element i: integers wrap at their width, floats
+// add in their own precision.
+template <class D, bool kAccumulate> QM_INLINE void Put(unsigned char* out, size_t i, D r) noexcept {
+    if constexpr (kAccumulate) r = static_cast<D>(LoadElement<D>(out, i) + r);
+    StoreElement<D>(out, i, r);
+}
+
+// Flat-field blocks whose base values reach beyond 29 bits: the product is carried exactly and
+// the final stage compares and rounds that exact value.
+template <Stage St, class D, bool kAccumulate>
+void WideFlatBlock(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept {
+    for (size_t i = 0; i < n; ++i) {
+        const Exact v = ExactProduct(static_cast<int64_t>(base[i]), flat[i]);
+        D r;
+        if constexpr (St == Stage::Threshold) {
+            r = Above(v, a) ? D{1} : D{0};
+        } else if constexpr (St == Stage::Clip) {
+            r = Above(v, b) ? StoreFloat<D>(b) : Below(v, a) ? StoreFloat<D>(a) : StoreExact<D>(v);
+        } else {
+            r = StoreExact<D>(v);
+        }
+        Put<D, kAccumulate>(out, i, r);
+    }
+}
+
+// Where the flat factor enters the logarithm's argument: not at all, before the gain (a plain
+// source), or after it (a dark-subtracted one).
+enum class LogOrder : uint8_t { NoFlat, FlatFirst, GainFirst };
+
+template <LogOrder Ord, class D, bool kAccumulate>
+void LogBlock(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept {
+    for (size_t i = 0; i < n; ++i) {
+        const long double v = base[i], g = gain[i];
+        long double x;
+        if constexpr (Ord == LogOrder::NoFlat) x = v * g;
+        else if constexpr (Ord == LogOrder::FlatFirst) x = v * static_cast<long double>(flat[i]) * g;
+        else x = v * g * static_cast<long double>(flat[i]);
+        Put<D, kAccumulate>(out, i, StoreFloat<D>(Log10Extended(x)));
+    }
+}
+
+}  // namespace qm::online
