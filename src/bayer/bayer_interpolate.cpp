@@ -230,7 +230,6 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     }
 }
 
-QM_MULTIVERSION((class Sample), void, Reconstruct, (ReconstructBody<Sample>), (const Job<Sample>& job) noexcept, (job))
 
 }  // namespace
 
@@ -276,7 +275,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                 job.vectorRow[parity] = rows->row[shifted][wide][static_cast<int>(job.layout[parity])];
         job.vectorWidth = vector->width;
     }
-    Reconstruct(job);
+    ReconstructBody(job);
     return Status::Ok;
 }
 

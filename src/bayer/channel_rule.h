@@ -65,7 +65,7 @@ template <bool Narrow> struct PlainRule {
 
 // Largest |multiplicand| the rule can meet for values in [low, high]: the bound that decides
 // whether the narrow form is exact.
-inline double ShiftedBound(int64_t low, int64_t high, const BayerChannel& c) noexcept {
+QM_INLINE double ShiftedBound(int64_t low, int64_t high, const BayerChannel& c) noexcept {
     const int64_t first = std::max(low, int64_t{c.offset} + 1);  // first value not cut off
     if (first > high) return 0.0;                                 // every value is cut off
     const int64_t from = first - c.subtrahend, to = high - c.subtrahend;
@@ -73,10 +73,10 @@ inline double ShiftedBound(int64_t low, int64_t high, const BayerChannel& c) noe
     return static_cast<double>(std::max(std::abs(from), std::abs(to)));
 }
 
-inline double PlainBound(int64_t low, int64_t high, const BayerChannel& c) noexcept {
+QM_INLINE double PlainBound(int64_t low, int64_t high, const BayerChannel& c) noexcept {
     return c.offset <= low ? static_cast<double>(high - c.offset) : 0x1p32 - 1.0;
 }
 
-inline bool NarrowSuffices(double bound, double gain) noexcept { return bound * std::fabs(gain) < 0x1p31; }
+QM_INLINE bool NarrowSuffices(double bound, double gain) noexcept { return bound * std::fabs(gain) < 0x1p31; }
 
 }  // namespace qm

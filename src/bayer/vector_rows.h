@@ -45,11 +45,9 @@ struct VectorRows {
     }
 };
 
-// The kernels of the active instruction set, or null where the target has none.
+// The kernels of the active instruction set.
 const VectorRows* ActiveVectorRows() noexcept;
 
-#if QM_HAVE_ISA_VARIANTS
 extern const VectorRows kVectorRowsSse2, kVectorRowsAvx2, kVectorRowsAvx512;
-#endif
 
 }  // namespace qm

@@ -40,30 +40,3 @@ template <class Table> struct IsaTables {
 
 #define QM_INLINE [[gnu::always_inline]] inline
 
-// --- Legacy multiversioning, still used by the families not yet moved to per-set units ----------
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-#define QM_HAVE_ISA_VARIANTS 1
-#define QM_TARGET_AVX2 [[gnu::target("avx2,fma,bmi,bmi2,popcnt")]]
-#define QM_TARGET_AVX512 \
-    [[gnu::target("avx512f,avx512bw,avx512dq,avx512vl,avx512cd,avx2,fma,bmi,bmi2,popcnt")]]
-#else
-#define QM_HAVE_ISA_VARIANTS 0
-#define QM_TARGET_AVX2
-#define QM_TARGET_AVX512
-#endif
-#define QM_UNPAREN(...) __VA_ARGS__
-#define QM_MULTIVERSION(TEMPLATE_PARAMS, RET, NAME, BODY, PARAMS, ARGS)                 \
-    template <QM_UNPAREN TEMPLATE_PARAMS> RET NAME##Baseline PARAMS { return BODY ARGS; } \
-    template <QM_UNPAREN TEMPLATE_PARAMS> QM_TARGET_AVX2 RET NAME##Avx2 PARAMS {           \
-        return BODY ARGS;                                                                 \
-    }                                                                                     \
-    template <QM_UNPAREN TEMPLATE_PARAMS> QM_TARGET_AVX512 RET NAME##Avx512 PARAMS {       \
-        return BODY ARGS;                                                                 \
-    }                                                                                     \
-    template <QM_UNPAREN TEMPLATE_PARAMS> RET NAME PARAMS {                               \
-        switch (::qm::ActiveIsa()) {                                                      \
-            case ::qm::Isa::Avx512: return NAME##Avx512 ARGS;                             \
-            case ::qm::Isa::Avx2: return NAME##Avx2 ARGS;                                 \
-            default: return NAME##Baseline ARGS;                                          \
-        }                                                                                 \
-    }

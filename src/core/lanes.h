@@ -25,10 +25,6 @@
 #if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
 #define QM_ISA_NS avx512
 #define QM_VECTOR_BYTES 64
-#if defined(__GNUC__) && !defined(__clang__)
-// GCC 12's AVX-512 conversion intrinsics start from an undefined register and warn about it.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
 #elif defined(__AVX2__)
 #define QM_ISA_NS avx2
 #define QM_VECTOR_BYTES 32
