@@ -16,6 +16,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "bayer/bayer.h"
 #include "bayer/channel_rule.h"
@@ -42,18 +43,30 @@ struct Planes {
     }
 };
 
+// A row of host samples, read without assuming their alignment (a host may slice a byte buffer).
+template <class Sample> struct SampleRow {
+    const unsigned char* bytes;
+    QM_INLINE Sample operator[](int64_t j) const noexcept {
+        Sample s;
+        std::memcpy(&s, bytes + j * static_cast<int64_t>(sizeof(Sample)), sizeof s);
+        return s;
+    }
+};
+
 template <class Sample> struct Mosaic {
     using A = MosaicArith<Sample>;
     using Sum = typename A::Sum;
 
-    const Sample* data;
+    const unsigned char* data;
     int64_t width, height;
 
-    const Sample* Row(int64_t r) const noexcept { return data + r * width; }
+    SampleRow<Sample> Row(int64_t r) const noexcept { return {data + r * width * static_cast<int64_t>(sizeof(Sample))}; }
+    // The address of row r, for the vector kernels (which load without assuming alignment).
+    const Sample* RowAddress(int64_t r) const noexcept { return reinterpret_cast<const Sample*>(Row(r).bytes); }
     // S_r[j], 0 outside the source.
     QM_INLINE Sum At(int64_t r, int64_t j) const noexcept {
         const int64_t index = r * width + j;
-        return index >= 0 && index < width * height ? A::Read(data[index]) : Sum{0};
+        return index >= 0 && index < width * height ? A::Read(SampleRow<Sample>{data}[index]) : Sum{0};
     }
 };
 
@@ -99,7 +112,8 @@ template <class Sample> [[gnu::noinline]] void EdgePixel(const Mosaic<Sample>& m
 
 // An interior position j of a row with neighbours p (above) and n (below); every index is inside.
 template <Native K, class Sample>
-QM_INLINE void InteriorPixel(const Sample* p, const Sample* c, const Sample* n, int64_t j, Planes& v, int32_t at) noexcept {
+QM_INLINE void InteriorPixel(SampleRow<Sample> p, SampleRow<Sample> c, SampleRow<Sample> n, int64_t j, Planes& v,
+                             int32_t at) noexcept {
     using S = Sample;
     using A = MosaicArith<Sample>;
     const auto R = [](Sample s) { return A::Read(s); };
@@ -115,7 +129,7 @@ QM_INLINE void InteriorPixel(const Sample* p, const Sample* c, const Sample* n, 
 // Interior columns [from, to) of a row of the given layout; plane index = column - base. Columns
 // go in pairs (odd, even), so the loop holds no colour test.
 template <RowLayout Layout, class Sample>
-QM_INLINE void InteriorRun(const Sample* p, const Sample* c, const Sample* n, int64_t from, int64_t to, int64_t base,
+QM_INLINE void InteriorRun(SampleRow<Sample> p, SampleRow<Sample> c, SampleRow<Sample> n, int64_t from, int64_t to, int64_t base,
                            Planes& v) noexcept {
     constexpr Native kOdd = LayoutColumns<Layout>::odd, kEven = LayoutColumns<Layout>::even;
     int64_t j = from;
@@ -170,9 +184,7 @@ QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t fi
                              int64_t done, uint8_t* out, Planes& v) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, perRow = std::max<int64_t>(w, 2);
-    const Sample* p = m.Row(i - 1);
-    const Sample* c = m.Row(i);
-    const Sample* n = m.Row(i + 1);
+    const SampleRow<Sample> p = m.Row(i - 1), c = m.Row(i), n = m.Row(i + 1);
     // Chunks from column 0; when the vector kernel wrote columns from 1, column 0 is a chunk of its
     // own and the next starts at `done`.
     for (int64_t base = 0, end = 0; base < perRow; base = end == 1 ? done : end) {
@@ -223,7 +235,7 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
         EdgePixel(m, i, w - 1, last);
         int64_t done = 1;  // columns [1, done) are written by the vector kernel
         if (const InteriorRowFn<Sample> row = job.vectorRow[i % 2]; row != nullptr && runs > 0) {
-            row(m.Row(i - 1), m.Row(i), m.Row(i + 1), runs, out, job.channels);
+            row(m.RowAddress(i - 1), m.RowAddress(i), m.RowAddress(i + 1), runs, out, job.channels);
             done = 1 + runs * job.vectorWidth;
         }
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
@@ -260,7 +272,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
         signedMultiplicands = signedMultiplicands && (shifted || bound < 0x1p31);
     }
     const uint16_t phase = params.phase <= 4 ? params.phase : 0;
-    Job<Sample> job{{static_cast<const Sample*>(src->pData), w, h},
+    Job<Sample> job{{static_cast<const unsigned char*>(src->pData), w, h},
                     static_cast<uint8_t*>(dst->pData),
                     ch,
                     static_cast<StoreRule>(2 * shifted + narrow),

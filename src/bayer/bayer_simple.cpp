@@ -5,6 +5,7 @@
 // given reads as 0, so no argument a host can pass makes them read memory they do not own.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "bayer/bayer.h"
 #include "bayer/vector_rows.h"
@@ -27,16 +28,24 @@ QM_INLINE void PutPixel(uint8_t* out, uint32_t blue, uint32_t green, uint32_t re
 }
 
 // 16-bit samples in [0, size); every other index reads as 0.
+// The samples are read without assuming their alignment (a host may slice a byte buffer).
 class BoundedSamples {
 public:
-    BoundedSamples(const uint16_t* data, uint64_t size) noexcept : data_(data), size_(size) {}
+    BoundedSamples(const void* data, uint64_t size) noexcept : data_(static_cast<const unsigned char*>(data)), size_(size) {}
     QM_INLINE uint32_t operator()(int64_t index) const noexcept {
-        return index >= 0 && static_cast<uint64_t>(index) < size_ ? data_[index] : 0u;
+        return index >= 0 && static_cast<uint64_t>(index) < size_ ? At(index) : 0u;
     }
+    // Sample `index`, which the caller knows to be inside.
+    QM_INLINE uint32_t At(int64_t index) const noexcept {
+        uint16_t s;
+        std::memcpy(&s, data_ + 2 * index, sizeof s);
+        return s;
+    }
+    const uint16_t* Address(int64_t index) const noexcept { return reinterpret_cast<const uint16_t*>(data_ + 2 * index); }
     uint64_t size() const noexcept { return size_; }
 
 private:
-    const uint16_t* data_;
+    const unsigned char* data_;
     uint64_t size_;
 };
 
@@ -55,7 +64,7 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     const int64_t stride = src->nWidth;
     // The samples are 16-bit whatever the source's type says; only the bytes it describes are read.
     const uint64_t bytes = static_cast<uint64_t>(stride) * src->nHeight * ElementSize(src->eType);
-    const BoundedSamples sample(static_cast<const uint16_t*>(src->pData), bytes / sizeof(uint16_t));
+    const BoundedSamples sample(src->pData, bytes / sizeof(uint16_t));
     uint8_t* out = static_cast<uint8_t*>(dst->pData);
     const VectorRows* vector = ActiveVectorRows();
     const uint32_t runWidth = vector != nullptr ? static_cast<uint32_t>(vector->width) : 0;
@@ -66,16 +75,17 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
         if (width == 0) continue;
         if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
             // The whole row of cells lies inside the source: whole runs go to the vector kernel.
-            const uint16_t* a = static_cast<const uint16_t*>(src->pData) + top;
-            const uint16_t* b = static_cast<const uint16_t*>(src->pData) + bottom;
             uint32_t x = 0;
             if (runWidth > 0 && width >= runWidth) {
                 const uint32_t runs = width / runWidth;
-                vector->bin(a, b, runs, row, shift & 31u);
+                vector->bin(sample.Address(top), sample.Address(bottom), runs, row, shift & 31u);
                 x = runs * runWidth;
             }
-            for (; x < width; ++x)
-                PutPixel(row + 3 * static_cast<size_t>(x), b[2 * x], (a[2 * x] + uint32_t{b[2 * x + 1]}) / 2, a[2 * x + 1], shift);
+            for (; x < width; ++x) {
+                const int64_t a = top + 2 * int64_t{x}, b = bottom + 2 * int64_t{x};
+                PutPixel(row + 3 * static_cast<size_t>(x), sample.At(b), (sample.At(a) + sample.At(b + 1)) / 2,
+                         sample.At(a + 1), shift);
+            }
         } else {
             for (uint32_t x = 0; x < width; ++x) {
                 const int64_t c = 2 * static_cast<int64_t>(x);

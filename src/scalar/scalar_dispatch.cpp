@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "core/element_types.h"
@@ -20,14 +21,20 @@ constexpr std::array<ScalarEngineFn, 8> kEngines = {
 // Running maximum starting at the type's lowest value. Integers replace it when strictly greater
 // in their own signedness; floats also whenever either value is NaN, so a NaN is taken and the
 // element after it always replaces it.
+template <class T> T ElementAt(const void* data, int32_t i) noexcept {
+    T v;  // host images may sit at any address
+    std::memcpy(&v, static_cast<const unsigned char*>(data) + static_cast<size_t>(i) * sizeof(T), sizeof(T));
+    return v;
+}
+
 template <class T> double Maximum(const void* data, int32_t n) noexcept {
-    const T* p = static_cast<const T*>(data);
     T best = std::numeric_limits<T>::lowest();
     for (int32_t i = 0; i < n; ++i) {
+        const T x = ElementAt<T>(data, i);
         if constexpr (std::is_floating_point_v<T>) {
-            if (best < p[i] || std::isnan(best) || std::isnan(p[i])) best = p[i];
+            if (best < x || std::isnan(best) || std::isnan(x)) best = x;
         } else {
-            if (p[i] > best) best = p[i];
+            if (x > best) best = x;
         }
     }
     return static_cast<double>(best);
@@ -35,9 +42,8 @@ template <class T> double Maximum(const void* data, int32_t n) noexcept {
 
 // Sum in element order, rounded to double after every addition, then divided by n.
 template <class T> double Mean(const void* data, int32_t n) noexcept {
-    const T* p = static_cast<const T*>(data);
     double sum = 0.0;
-    for (int32_t i = 0; i < n; ++i) sum += static_cast<double>(p[i]);
+    for (int32_t i = 0; i < n; ++i) sum += static_cast<double>(ElementAt<T>(data, i));
     return sum / static_cast<double>(n);
 }
 
