@@ -23,6 +23,19 @@ struct BayerParams {
     uint16_t phase = 0;
 };
 
+// The interpolating reconstruction's constants as an instance keeps them (constants 9009 to 9016)
+// and the typed exports receive them.
+struct BayerConstants {
+    double dBayer1 = 0.0, dBayer2 = 0.0, dBayer3 = 0.0;  // gains of red, green, blue
+    int32_t nBayer1 = 0, nBayer2 = 0, nBayer3 = 0;       // offsets of red, green, blue
+    int16_t nBayerShort = 0;                              // accepted, not used
+    uint16_t nBayerWord = 0;                              // the mosaic phase
+};
+
+constexpr BayerParams ParamsOf(const BayerConstants& c, uint16_t shift) noexcept {
+    return {shift, {c.dBayer1, c.dBayer2, c.dBayer3}, {c.nBayer1, c.nBayer2, c.nBayer3}, c.nBayerWord};
+}
+
 // Bilinear reconstruction of a mosaic of samples of type Sample (uint8_t, uint16_t, int16_t,
 // uint32_t, int32_t) into full-size colour.
 template <class Sample>

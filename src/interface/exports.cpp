@@ -21,16 +21,8 @@ template <class T> void Put(T* out, T value) noexcept {
 
 QmeErrorCode BayerMember(auto member, QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1, double g2,
                          double g3, int32_t o1, int32_t o2, int32_t o3, uint16_t phase) noexcept {
-    qm::BayerParams params;
-    params.shift = shift;
-    params.gain[0] = g1;
-    params.gain[1] = g2;
-    params.gain[2] = g3;
-    params.offset[0] = o1;
-    params.offset[1] = o2;
-    params.offset[2] = o3;
-    params.phase = phase;
-    return ToErrorCode(member(dst, src, params));
+    const qm::BayerConstants constants{g1, g2, g3, o1, o2, o3, 0, phase};
+    return ToErrorCode(member(dst, src, qm::ParamsOf(constants, shift)));
 }
 
 }  // namespace
@@ -68,7 +60,7 @@ QM_API QmeErrorCode QM_CALL MathDelete(QmHandle handle) {
 }
 
 QM_API QmeErrorCode QM_CALL MathReset(QmHandle handle) {
-    qm::InstanceFor(handle).nFrameCounter = 0;
+    qm::ResetInstance(handle);
     return qmeSuccess;
 }
 

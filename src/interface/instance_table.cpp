@@ -60,4 +60,6 @@ void DeleteInstance(QmHandle handle) noexcept {
     instance.bInUse.store(0, std::memory_order_release);
 }
 
+void ResetInstance(QmHandle handle) noexcept { InstanceFor(handle).nFrameCounter = 0; }
+
 }  // namespace qm

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "bayer/bayer.h"
 #include "core/status.h"
 #include "qmath/qmath.h"
 
@@ -30,14 +31,7 @@ struct Instance {
     uint32_t nColourFlag = 0;
     // The Bayer parameters are neither set by MathCreate nor cleared by MathDelete: a new
     // instance starts with what the slot's previous occupant left.
-    double dBayer1 = 0.0;
-    double dBayer2 = 0.0;
-    double dBayer3 = 0.0;
-    int32_t nBayer1 = 0;
-    int32_t nBayer2 = 0;
-    int32_t nBayer3 = 0;
-    int16_t nBayerShort = 0;
-    uint16_t nBayerWord = 0;
+    BayerConstants bayer;
 };
 
 // 255 slots a host can be given, and a spare 256th record so that any low byte of a handle
@@ -57,5 +51,8 @@ Status CreateInstance(uint32_t tag, QmHandle* handle) noexcept;
 
 // Frees the addressed slot, whatever its state: releases the reference frames completely.
 void DeleteInstance(QmHandle handle) noexcept;
+
+// Restarts the addressed instance's frame cycle.
+void ResetInstance(QmHandle handle) noexcept;
 
 }  // namespace qm

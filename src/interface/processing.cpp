@@ -37,16 +37,7 @@ Status BayerInterpolateProcess(const Instance& instance, const QmdDataStruct* im
     const int32_t type = mosaic->eType;
     if (type < 0 || type >= static_cast<int32_t>(kBayerMembers.size()) || kBayerMembers[type] == nullptr)
         return Status::Ok;  // no member for this type: nothing is written
-    BayerParams params;
-    params.shift = ShiftFromConstant(instance.dConstA);
-    params.gain[0] = instance.dBayer1;
-    params.gain[1] = instance.dBayer2;
-    params.gain[2] = instance.dBayer3;
-    params.offset[0] = instance.nBayer1;
-    params.offset[1] = instance.nBayer2;
-    params.offset[2] = instance.nBayer3;
-    params.phase = instance.nBayerWord;
-    return kBayerMembers[type](image, mosaic, params);
+    return kBayerMembers[type](image, mosaic, ParamsOf(instance.bayer, ShiftFromConstant(instance.dConstA)));
 }
 
 Status OnlineProcess(Instance& instance, QmdDataStruct* image) noexcept {
@@ -61,23 +52,7 @@ Status OnlineProcess(Instance& instance, QmdDataStruct* image) noexcept {
     frame.b = instance.dConstB;
     frame.frameCount = instance.nFrameCount;
     frame.frameNumber = instance.nFrameCounter;
-    if (image != nullptr && image->eType == kRgb24) return OnlineColourCopy(frame);
-    if (frame.source == nullptr) return Status::MissingImage;
-    switch (frame.source->eType) {
-        case kU8:
-            instance.nColourFlag = 0;
-            frame.colourFlag = 0;
-            return OnlinePipeline8(frame);
-        case kRgb24Alt:
-            instance.nColourFlag = 1;
-            frame.colourFlag = 1;
-            return OnlinePipeline8(frame);
-        case kU32:
-        case kI32:
-            return OnlinePipeline32(frame);
-        default:
-            return OnlinePipeline16(frame);
-    }
+    return RunOnline(frame, instance.nColourFlag);
 }
 
 Status RunProcess(Instance& instance, QmdDataStruct* image) noexcept {

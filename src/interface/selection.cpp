@@ -88,14 +88,14 @@ Status SetConstant(Instance& instance, int32_t code, double value) noexcept {
             instance.nFrameCounter = 0;
             break;
         case qmeConstColourFlag: instance.nColourFlag = ConstantToU32(value); break;
-        case qmeConstBayerGainRed: instance.dBayer1 = value; break;
-        case qmeConstBayerGainGreen: instance.dBayer2 = value; break;
-        case qmeConstBayerGainBlue: instance.dBayer3 = value; break;
-        case qmeConstBayerOffsetRed: instance.nBayer1 = static_cast<int32_t>(ConstantToU32(value)); break;
-        case qmeConstBayerOffsetGreen: instance.nBayer2 = static_cast<int32_t>(ConstantToU32(value)); break;
-        case qmeConstBayerOffsetBlue: instance.nBayer3 = static_cast<int32_t>(ConstantToU32(value)); break;
-        case qmeConstBayerReserved: instance.nBayerShort = static_cast<int16_t>(ConstantToU32(value)); break;
-        case qmeConstBayerPhase: instance.nBayerWord = static_cast<uint16_t>(ConstantToU32(value)); break;
+        case qmeConstBayerGainRed: instance.bayer.dBayer1 = value; break;
+        case qmeConstBayerGainGreen: instance.bayer.dBayer2 = value; break;
+        case qmeConstBayerGainBlue: instance.bayer.dBayer3 = value; break;
+        case qmeConstBayerOffsetRed: instance.bayer.nBayer1 = static_cast<int32_t>(ConstantToU32(value)); break;
+        case qmeConstBayerOffsetGreen: instance.bayer.nBayer2 = static_cast<int32_t>(ConstantToU32(value)); break;
+        case qmeConstBayerOffsetBlue: instance.bayer.nBayer3 = static_cast<int32_t>(ConstantToU32(value)); break;
+        case qmeConstBayerReserved: instance.bayer.nBayerShort = static_cast<int16_t>(ConstantToU32(value)); break;
+        case qmeConstBayerPhase: instance.bayer.nBayerWord = static_cast<uint16_t>(ConstantToU32(value)); break;
         default: break;  // every other code is ignored
     }
     return Status::Ok;

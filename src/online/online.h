@@ -37,8 +37,11 @@ struct OnlineFrame {
     uint32_t colourFlag = 0;   // 8-bit pipeline only: 1 when the source holds colour pixels
 };
 
-// Output of type 11: the source is copied unchanged (options ignored).
-Status OnlineColourCopy(const OnlineFrame& frame) noexcept;
+// One online frame, routed by the output's and the source's element types: a colour output
+// (type 11) gets a plain copy of a colour source, options ignored; otherwise 8-bit sources (type
+// 6, and colour type 15 reduced to 8 bits: colourFlag is set to 0 or 1 for them), 32-bit ones
+// (types 8 and 3) and all others (16-bit) go to their pipelines. A missing source is MissingImage.
+Status RunOnline(OnlineFrame& frame, uint32_t& colourFlag) noexcept;
 // Sources of 16-bit elements (types 7 and 2, and type 11 with a non-colour output).
 Status OnlinePipeline16(const OnlineFrame& frame) noexcept;
 // Sources of 32-bit elements (types 8 and 3).

@@ -149,16 +149,18 @@ Status RunOnlineFrame(const OnlineFrame& frame, const PipelineLayout& layout) no
 
 namespace qm {
 
-Status OnlineColourCopy(const OnlineFrame& frame) noexcept {
-    const QmdDataStruct* out = frame.output;
-    const QmdDataStruct* src = frame.source;
-    if (out != nullptr && out->eType == kRgb24) return CopyColourImage(out, src);
-    // Other outputs never come here from the processing entry; they get the same checks, then
-    // nothing is written.
-    if (!HasElements(out) || !HasElements(src)) return Status::MissingImage;
-    if (ElementCount(*out) != ElementCount(*src)) return Status::CountMismatch;
-    if (src->eType != kRgb24) return Status::UnsupportedType;
-    return IsNumericType(out->eType) ? Status::Ok : Status::UnsupportedType;
+Status RunOnline(OnlineFrame& frame, uint32_t& colourFlag) noexcept {
+    if (frame.output != nullptr && frame.output->eType == kRgb24) return CopyColourImage(frame.output, frame.source);
+    if (frame.source == nullptr) return Status::MissingImage;
+    switch (frame.source->eType) {
+        case kU8:
+        case kRgb24Alt:
+            colourFlag = frame.colourFlag = frame.source->eType == kU8 ? 0 : 1;
+            return OnlinePipeline8(frame);
+        case kU32:
+        case kI32: return OnlinePipeline32(frame);
+        default: return OnlinePipeline16(frame);
+    }
 }
 
 }  // namespace qm

@@ -91,12 +91,12 @@ TEST_F(InstanceTable, BayerConstantsSurviveDeleteIntoTheNextInstanceOfTheSlot) {
     MathDelete(h);
     ASSERT_EQ(MathCreate(0, 0x700, &h), qmeSuccess);
     const qm::Instance& r = qm::InstanceFor(h);
-    EXPECT_EQ(r.dBayer1, 0.5);
-    EXPECT_EQ(r.dBayer3, 2.5);
-    EXPECT_EQ(r.nBayer1, 3);
-    EXPECT_EQ(r.nBayer3, 5);
-    EXPECT_EQ(r.nBayerShort, 6);
-    EXPECT_EQ(r.nBayerWord, 7);
+    EXPECT_EQ(r.bayer.dBayer1, 0.5);
+    EXPECT_EQ(r.bayer.dBayer3, 2.5);
+    EXPECT_EQ(r.bayer.nBayer1, 3);
+    EXPECT_EQ(r.bayer.nBayer3, 5);
+    EXPECT_EQ(r.bayer.nBayerShort, 6);
+    EXPECT_EQ(r.bayer.nBayerWord, 7);
 }
 
 TEST_F(InstanceTable, DeleteReleasesReferenceFramesAndClearsTheirPointers) {

@@ -90,11 +90,11 @@ TEST(SetConstant, StoresEachCodeInItsFieldTruncatingIntegersTowardZero) {
     MathSetConstant(h, 9015, 70000.0);
     MathSetConstant(h, 9016, -1.0);
     EXPECT_EQ(r.nColourFlag, 7u);
-    EXPECT_EQ(r.dBayer3, -2.5);
-    EXPECT_EQ(r.nBayer1, -2);
-    EXPECT_EQ(r.nBayer2, INT32_MIN) << "low 32 bits of 2^31";
-    EXPECT_EQ(r.nBayerShort, 4464);
-    EXPECT_EQ(r.nBayerWord, 65535);
+    EXPECT_EQ(r.bayer.dBayer3, -2.5);
+    EXPECT_EQ(r.bayer.nBayer1, -2);
+    EXPECT_EQ(r.bayer.nBayer2, INT32_MIN) << "low 32 bits of 2^31";
+    EXPECT_EQ(r.bayer.nBayerShort, 4464);
+    EXPECT_EQ(r.bayer.nBayerWord, 65535);
     for (int32_t code : {0, 1, 8, 1999, 2003, 9000, 9001, 9003, 9007, 9017, -2}) {
         EXPECT_EQ(MathSetConstant(h, code, 99.0), qmeSuccess) << code;
         EXPECT_EQ(r.dConstA, 2002.5) << code;
