@@ -6,6 +6,7 @@
 
 #include "arith/arith_kernels.h"
 #include "arith/arith_rules.h"
+#include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/lanes.h"
 
@@ -16,11 +17,11 @@ using namespace ::qm::QM_ISA_NS;
 
 template <class Rule> void IntegerBlock(int32_t* a, const int32_t* b, size_t n) noexcept {
     size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) {
-        const VI x = LoadVI(a + i), y = LoadVI(b + i);
-        StoreVI(a + i, std::is_same_v<Rule, AddRule>        ? AddInt(x, y)
-                       : std::is_same_v<Rule, SubtractRule> ? SubInt(x, y)
-                                                            : MulInt(x, y));
+    for (; i + kWide <= n; i += kWide) {
+        const VW x = LoadW(a + i), y = LoadW(b + i);
+        StoreW(a + i, std::is_same_v<Rule, AddRule>        ? AddW(x, y)
+                      : std::is_same_v<Rule, SubtractRule> ? SubW(x, y)
+                                                           : MulW(x, y));
     }
     for (; i < n; ++i)
         a[i] = static_cast<int32_t>(Rule::Integer(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i])));
@@ -50,13 +51,12 @@ bool QuotientBlock(double* a, const double* b, size_t n) noexcept {
 }
 
 template <class D> bool DivideBlock(const int32_t* a, const int32_t* b, size_t n, unsigned char* dst) noexcept {
-    bool zero = false;
-    for (size_t i = 0; i < n; ++i) {
-        D q;
-        zero |= IntegerQuotient<D>(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i]), q);
-        StoreAt<D>(dst, i, q);
-    }
-    return zero;
+    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
+    uint32_t zero = 0;
+    for (size_t i = 0; i < n; ++i)
+        zero |= static_cast<uint32_t>(IntegerQuotient<D>(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i]), out[i]));
+    std::memcpy(dst, out, n * sizeof(D));
+    return zero != 0;
 }
 
 constexpr Kernels MakeKernels() noexcept {

@@ -23,7 +23,7 @@ template <class S> void LoadBlock(const unsigned char* src, size_t n, double* ou
 template <class S> void EntryBlock(const unsigned char* src, size_t n, int32_t* out) noexcept {
     size_t i = 0;
     if constexpr (std::is_integral_v<S>) {
-        for (; i + kLanes <= n; i += kLanes) StoreVI(out + i, LoadInt<S>(src + i * sizeof(S)));
+        for (; i + kWide <= n; i += kWide) StoreW(out + i, LoadWide<S>(src + i * sizeof(S)));
         for (; i < n; ++i) out[i] = static_cast<int32_t>(LoadAt<S>(src, i));
     } else {
         for (; i + kLanes <= n; i += kLanes) StoreVI(out + i, TruncateLow32(LoadDouble<S>(src + i * sizeof(S))));
@@ -52,7 +52,7 @@ template <class D> void StoreBlock(const double* v, size_t n, unsigned char* dst
 
 template <class D> void StoreIntBlock(const int32_t* v, size_t n, unsigned char* dst) noexcept {
     size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) StoreInt<D>(dst + i * sizeof(D), LoadVI(v + i));
+    for (; i + kWide <= n; i += kWide) StoreWide<D>(dst + i * sizeof(D), LoadW(v + i));
     for (; i < n; ++i) StoreAt<D>(dst, i, static_cast<D>(v[i]));
 }
 

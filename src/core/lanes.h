@@ -80,6 +80,12 @@ template <class M> QM_INLINE bool AllOf(M m) noexcept {
 #endif
 }
 
+// AllOf for a vector comparison, or a plain bool.
+template <class M> QM_INLINE bool AllOfLanes(M m) noexcept {
+    if constexpr (std::is_same_v<M, bool>) return m;
+    else return AllOf(m);
+}
+
 // kLanes integer elements of S at p, sign- or zero-extended to int32 (int32 itself as it is).
 template <class S> QM_INLINE VI LoadInt(const unsigned char* p) noexcept {
     static_assert(std::is_integral_v<S> && sizeof(S) <= 4);
@@ -264,6 +270,141 @@ QM_INLINE VI SplatInt(int32_t x) noexcept {
     return _mm256_set1_epi32(x);
 #else
     return _mm_set1_epi32(x);
+#endif
+}
+
+// --- Full-width int32 lanes, for integer-only stages ----------------------------------------------
+
+// kWide int32 lanes in a whole register (twice kLanes): integer stages run at full width.
+#if QM_VECTOR_BYTES == 64
+using VW = __m512i;
+#elif QM_VECTOR_BYTES == 32
+using VW = __m256i;
+#else
+using VW = __m128i;
+#endif
+inline constexpr size_t kWide = QM_VECTOR_BYTES / sizeof(int32_t);
+
+// kWide integer elements of S at p, sign- or zero-extended to int32.
+template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {
+    static_assert(std::is_integral_v<S> && sizeof(S) <= 4);
+#if QM_VECTOR_BYTES == 64
+    if constexpr (sizeof(S) == 4) return _mm512_loadu_si512(p);
+    else if constexpr (sizeof(S) == 2) {
+        const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+        return std::is_signed_v<S> ? _mm512_cvtepi16_epi32(w) : _mm512_cvtepu16_epi32(w);
+    } else {
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm512_cvtepi8_epi32(b) : _mm512_cvtepu8_epi32(b);
+    }
+#elif QM_VECTOR_BYTES == 32
+    if constexpr (sizeof(S) == 4) return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    else if constexpr (sizeof(S) == 2) {
+        const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm256_cvtepi16_epi32(w) : _mm256_cvtepu16_epi32(w);
+    } else {
+        const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return std::is_signed_v<S> ? _mm256_cvtepi8_epi32(b) : _mm256_cvtepu8_epi32(b);
+    }
+#else
+    if constexpr (sizeof(S) == 4) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    else {
+        __m128i v;
+        if constexpr (sizeof(S) == 2) {
+            v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+            v = _mm_unpacklo_epi16(v, v);
+        } else {
+            int32_t bits;
+            std::memcpy(&bits, p, 4);
+            v = _mm_cvtsi32_si128(bits);
+            v = _mm_unpacklo_epi8(v, v);
+            v = _mm_unpacklo_epi16(v, v);
+        }
+        return std::is_signed_v<S> ? _mm_srai_epi32(v, 32 - 8 * sizeof(S)) : _mm_srli_epi32(v, 32 - 8 * sizeof(S));
+    }
+#endif
+}
+
+// The low bits of kWide int32 lanes into elements of integer type D at p.
+template <class D> QM_INLINE void StoreWide(unsigned char* p, VW v) noexcept {
+    static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
+#if QM_VECTOR_BYTES == 64
+    if constexpr (sizeof(D) == 4) _mm512_storeu_si512(p, v);
+    else if constexpr (sizeof(D) == 2) _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtepi32_epi16(v));
+    else _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
+#elif QM_VECTOR_BYTES == 32
+    if constexpr (sizeof(D) == 4) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+    } else if constexpr (sizeof(D) == 2) {
+        const __m256i packed = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                                   0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
+    } else {
+        const __m256i packed = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                                   0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p),
+                         _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0))));
+    }
+#else
+    if constexpr (sizeof(D) == 4) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+    } else if constexpr (sizeof(D) == 2) {
+        // Keep the low 16 bits of each lane, then pack the four words (signed saturation never
+        // applies to values already sign-extended from 16 bits).
+        const __m128i low = _mm_srai_epi32(_mm_slli_epi32(v, 16), 16);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packs_epi32(low, low));
+    } else {
+        const __m128i low = _mm_srai_epi32(_mm_slli_epi32(v, 24), 24);
+        const __m128i words = _mm_packs_epi32(low, low);
+        const int32_t four = _mm_cvtsi128_si32(_mm_packs_epi16(words, words));
+        std::memcpy(p, &four, 4);
+    }
+#endif
+}
+
+QM_INLINE VW LoadW(const int32_t* p) noexcept {
+    VW v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+QM_INLINE void StoreW(int32_t* p, VW v) noexcept { std::memcpy(p, &v, sizeof v); }
+QM_INLINE VW SplatW(int32_t x) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_set1_epi32(x);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_set1_epi32(x);
+#else
+    return _mm_set1_epi32(x);
+#endif
+}
+QM_INLINE VW AddW(VW a, VW b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_add_epi32(a, b);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_add_epi32(a, b);
+#else
+    return _mm_add_epi32(a, b);
+#endif
+}
+QM_INLINE VW SubW(VW a, VW b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_sub_epi32(a, b);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_sub_epi32(a, b);
+#else
+    return _mm_sub_epi32(a, b);
+#endif
+}
+QM_INLINE VW MulW(VW a, VW b) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_mullo_epi32(a, b);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_mullo_epi32(a, b);
+#else
+    const __m128i even = _mm_mul_epu32(a, b);
+    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
+    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
 #endif
 }
 

@@ -30,7 +30,9 @@ inline Eval ChooseAdd(Kind src, Kind dst, double a) noexcept {
         if (IsIntegral(a) && std::fabs(a) <= 0x1p52) return dst.integer ? Eval::Integer : Eval::Plain;
         const Significand s = Analyse(a);
         const int low = std::min(0, s.exponent - s.bits);
-        if (src.bound + std::fabs(a) <= std::ldexp(1.0, 52 + low)) return Eval::Plain;
+        const double bound = src.bound + std::fabs(a);
+        if (bound <= std::ldexp(1.0, 52 + low)) return Eval::Plain;
+        if (dst.integer && bound < 0x1p30) return Eval::Exact32;
     }
     return Eval::Exact;
 }

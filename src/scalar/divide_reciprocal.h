@@ -42,7 +42,7 @@ inline Eval ChooseDiv(Kind src, Kind dst, double a) noexcept {
     if (src.integer) {
         if (!Within(a, 0x1p-900, 0x1p900)) return Eval::Plain;
         if (IsIntegral(a)) return dst.integer || std::fabs(a) < 0x1p28 ? Eval::Plain : Eval::Exact;
-        return Eval::Exact;
+        return dst.integer && src.bound / std::fabs(a) < 0x1p30 ? Eval::Exact32 : Eval::Exact;
     }
     if (src.f32) return Within(a, 0x1p-700, 0x1p700) ? Eval::Exact : Eval::Plain;
     return Eval::Scaled;

@@ -33,6 +33,7 @@ enum class Eval : uint8_t {
     Integer,  // integer source, integral constant, integer destination: wrapping 32-bit arithmetic
     Plain,    // the double result is exact, or rounds to the same element as the exact value
     Exact,    // error-free transformation, operands within the ranges where it is exact
+    Exact32,  // as Exact, into an integer destination, every result within (-2^30, 2^30)
     Scaled,   // error-free transformation on operands scaled to [0.5, 1): any magnitude
 };
 
@@ -85,6 +86,8 @@ template <class Op, Eval kEval, class D, bool kFma> QM_INLINE D ApplyExact(doubl
     }
     if constexpr (kEval == Eval::Exact) {
         return StoreExact<D>(Op::template Exact<kFma>(x, a));
+    } else if constexpr (kEval == Eval::Exact32) {
+        return static_cast<D>(TruncateExactSmall(Op::template Exact<kFma>(x, a)));  // branch-free
     } else {
         // Zeros, infinities and NaN have no scaled form; their plain result is exact.
         if (!std::isfinite(x) || x == 0.0) return StoreFloat<D>(Op::Plain(x, a));

@@ -20,17 +20,10 @@
 namespace qm::scalar {
 
 // Element i of the destination from the widened source element x; true when x was not positive.
-template <class D, bool kDigits> inline bool Log10Element(double x, unsigned char* dst, size_t i) noexcept {
-    D r = D(0);
+// (Between integer types the kernels' digit count serves instead.)
+template <class D> inline bool Log10Element(double x, unsigned char* dst, size_t i) noexcept {
     const bool failed = !(x > 0.0);
-    if constexpr (kDigits) {
-        int64_t digits = 0;
-        double power = 10.0;
-        for (int k = 1; k <= 9; ++k, power *= 10.0) digits += static_cast<int64_t>(x >= power);
-        r = LowBits<D>(digits);
-    } else if (!failed) {
-        r = StoreFloat<D>(Log10Extended(x));
-    }
+    const D r = failed ? D(0) : StoreFloat<D>(Log10Extended(x));
     std::memcpy(dst + i * sizeof(D), &r, sizeof(D));
     return failed;
 }

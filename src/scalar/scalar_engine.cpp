@@ -29,9 +29,9 @@ using scalar::Kind;
 using Log10Fn = bool (*)(const double* v, size_t n, unsigned char* dst) noexcept;
 using LastFn = bool (*)(double last, unsigned char* dst) noexcept;
 
-template <class D, bool kDigits> bool Log10Block(const double* v, size_t n, unsigned char* dst) noexcept {
+template <class D> bool Log10Block(const double* v, size_t n, unsigned char* dst) noexcept {
     bool failed = false;
-    for (size_t i = 0; i < n; ++i) failed |= scalar::Log10Element<D, kDigits>(v[i], dst, i);
+    for (size_t i = 0; i < n; ++i) failed |= scalar::Log10Element<D>(v[i], dst, i);
     return failed;
 }
 template <class D, bool kRoot> bool Last(double last, unsigned char* dst) noexcept {
@@ -39,11 +39,11 @@ template <class D, bool kRoot> bool Last(double last, unsigned char* dst) noexce
 }
 
 // [destination type code]
-template <bool kDigits> constexpr Log10Fn kLog10[9] = {
+constexpr Log10Fn kLog10[9] = {
     nullptr,
-    Log10Block<Element<kI8>, kDigits>, Log10Block<Element<kI16>, kDigits>, Log10Block<Element<kI32>, kDigits>,
-    Log10Block<Element<kF32>, false>,  Log10Block<Element<kF64>, false>,   Log10Block<Element<kU8>, kDigits>,
-    Log10Block<Element<kU16>, kDigits>, Log10Block<Element<kU32>, kDigits>,
+    Log10Block<Element<kI8>>,  Log10Block<Element<kI16>>, Log10Block<Element<kI32>>,
+    Log10Block<Element<kF32>>, Log10Block<Element<kF64>>, Log10Block<Element<kU8>>,
+    Log10Block<Element<kU16>>, Log10Block<Element<kU32>>,
 };
 template <bool kRoot> constexpr LastFn kLast[9] = {
     nullptr,
@@ -54,7 +54,7 @@ template <bool kRoot> constexpr LastFn kLast[9] = {
 
 // What one call runs over each block.
 struct Plan {
-    enum class Path : uint8_t { Double, Integer, Exact, Log10, Last } path = Path::Double;
+    enum class Path : uint8_t { Double, Integer, Exact, Digits, Log10, Last } path = Path::Double;
     scalar::FormFn form = nullptr;       // Double: the plain form, or none (convert)
     scalar::Constants c{};
     scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci
@@ -81,9 +81,10 @@ Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval,
             p.c.a = a;
             break;
         case Eval::Exact:
+        case Eval::Exact32:
         case Eval::Scaled:
             p.path = Plan::Path::Exact;
-            p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Scaled][dstType];
+            p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Exact ? 0 : eval == Eval::Exact32 ? 1 : 2][dstType];
             p.c.a = a;
             break;
     }
@@ -116,7 +117,11 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
         }
         case 505:
             p.path = Plan::Path::Log10;
-            p.log10 = src.integer && dst.integer ? kLog10<true>[dstType] : kLog10<false>[dstType];
+            if (src.integer && dst.integer) {
+                p.path = Plan::Path::Digits;
+                return p;
+            }
+            p.log10 = kLog10[dstType];
             return p;
         case 506:
         case 507:
@@ -162,6 +167,11 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
             case Plan::Path::Exact:
                 io.load[srcType](s, m, v);
                 p.exact(v, m, p.c.a, d);
+                break;
+            case Plan::Path::Digits:
+                io.load[srcType](s, m, v);
+                failed |= k.digits(v, m);
+                io.store[dstType](v, m, d);
                 break;
             case Plan::Path::Log10:
                 io.load[srcType](s, m, v);

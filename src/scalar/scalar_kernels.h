@@ -20,7 +20,11 @@ struct Constants {
 
 // Plain forms, applied to a block of doubles in place.
 enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count };
-// Exact evaluations: operation x {Exact, Scaled}.
+
+// 505 between integer types, in place: each value becomes its number of decimal digits less one
+// (0 for values below 1); true when some value was not positive.
+using DigitsFn = bool (*)(double* v, size_t n) noexcept;
+// Exact evaluations: operation x {Exact, Exact32, Scaled}.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
 using FormFn = void (*)(double* v, size_t n, Constants c) noexcept;
@@ -29,9 +33,10 @@ using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst
 
 struct Kernels {
     FormFn form[static_cast<int>(Form::Count)];
+    DigitsFn digits;
     IntFormFn intAdd;
     IntFormFn intMul;
-    ExactFn exact[static_cast<int>(ExactOp::Count)][2][9];  // [operation][scaled][destination type code]
+    ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
 };
 
 namespace baseline { extern const Kernels kKernels; }

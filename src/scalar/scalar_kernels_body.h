@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/lanes.h"
 #include "core/truncate.h"
@@ -39,27 +40,43 @@ template <class F> void BoundsForm(double* v, size_t n, Constants c) noexcept {
 }
 void ZeroForm(double* v, size_t n, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
+bool Digits(double* v, size_t n) noexcept {
+    bool failed = false;
+    const auto digits = [&failed](auto x) {
+        failed |= !AllOfLanes(x > 0.0);
+        decltype(x) d{};
+        double power = 10.0;
+        for (int k = 1; k <= 9; ++k, power *= 10.0) d += x >= power ? Broadcast<decltype(x)>(1.0) : decltype(x){};
+        return d;
+    };
+    Map(v, n, digits);
+    return failed;
+}
+
 template <class Op> void IntegerForm(int32_t* v, size_t n, uint32_t c) noexcept {
     size_t i = 0;
-    const VI k = SplatInt(static_cast<int32_t>(c));
-    for (; i + kLanes <= n; i += kLanes) {
-        const VI x = LoadVI(v + i);
-        StoreVI(v + i, std::is_same_v<Op, AddOp> ? AddInt(x, k) : MulInt(x, k));
+    const VW k = SplatW(static_cast<int32_t>(c));
+    for (; i + kWide <= n; i += kWide) {
+        const VW x = LoadW(v + i);
+        StoreW(v + i, std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
     }
     for (; i < n; ++i) v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(v[i]), c));
 }
 
 // An exact evaluation of Op over a block, each result stored into D.
 template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
-    for (size_t i = 0; i < n; ++i) StoreAt<D>(dst, i, ApplyExact<Op, kEval, D, kFma>(v[i], a));
+    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
+    for (size_t i = 0; i < n; ++i) out[i] = ApplyExact<Op, kEval, D, kFma>(v[i], a);
+    std::memcpy(dst, out, n * sizeof(D));
 }
 
 // The exact evaluation of Op into each element type, for the tables.
-template <class Op, int32_t... Code> constexpr void FillExact(ExactFn (&row)[2][9], std::integer_sequence<int32_t, Code...>) noexcept {
+template <class Op, int32_t... Code> constexpr void FillExact(ExactFn (&row)[3][9], std::integer_sequence<int32_t, Code...>) noexcept {
     ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
-    ((row[1][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
+    ((row[1][Code] = std::is_integral_v<Element<Code>> ? &Exact<Op, Eval::Exact32, std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>> : nullptr), ...);
+    ((row[2][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
 }
-template <class Op> constexpr void FillExact(ExactFn (&row)[2][9]) noexcept {
+template <class Op> constexpr void FillExact(ExactFn (&row)[3][9]) noexcept {
     FillExact<Op>(row, std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
 }
 
@@ -72,6 +89,7 @@ constexpr Kernels MakeKernels() noexcept {
     k.form[static_cast<int>(Form::Clip)] = &BoundsForm<ClipForm>;
     k.form[static_cast<int>(Form::Band)] = &BoundsForm<BandForm>;
     k.form[static_cast<int>(Form::Zero)] = &ZeroForm;
+    k.digits = &Digits;
     k.intAdd = &IntegerForm<AddOp>;
     k.intMul = &IntegerForm<MulOp>;
     FillExact<AddOp>(k.exact[static_cast<int>(ExactOp::Add)]);
