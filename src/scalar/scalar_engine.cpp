@@ -57,7 +57,7 @@ struct Plan {
     enum class Path : uint8_t { Double, Integer, Exact, Digits, Log10, Last } path = Path::Double;
     scalar::FormFn form = nullptr;       // Double: the plain form, or none (convert)
     scalar::Constants c{};
-    scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci
+    scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci, or none (convert)
     uint32_t ci = 0;
     scalar::ExactFn exact = nullptr;      // Exact: evaluation and store
     Log10Fn log10 = nullptr;
@@ -130,7 +130,8 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
             return p;
         case 508:
             return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), dstType, 1.0);
-        default:  // 509: the load and the store rule alone
+        default:  // 509: the load and the store rule alone; between integer types the bits move as int32
+            if (src.integer && dst.integer) p.path = Plan::Path::Integer;
             return p;
     }
 }
@@ -161,7 +162,7 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         switch (p.path) {
             case Plan::Path::Integer:
                 io.entry[srcType](s, m, w);
-                p.integer(w, m, p.ci);
+                if (p.integer != nullptr) p.integer(w, m, p.ci);
                 io.storeInt[dstType](w, m, d);
                 break;
             case Plan::Path::Exact:
