@@ -33,29 +33,15 @@ int32_t ConvertCopyCount(const QmdDataStruct& out) noexcept {
 }
 
 
-using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept;
 using LogFn = void (*)(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept;
 
-// The per-element forms, by output type code: wide flat-field blocks by final stage, and the
-// logarithm by where the flat factor enters.
-template <Stage St, bool kAcc> constexpr WideFn kWide[9] = {
-    nullptr,
-    WideFlatBlock<St, uint8_t, kAcc>,  WideFlatBlock<St, uint16_t, kAcc>, WideFlatBlock<St, uint32_t, kAcc>,
-    WideFlatBlock<St, float, kAcc>,    WideFlatBlock<St, double, kAcc>,   WideFlatBlock<St, uint8_t, kAcc>,
-    WideFlatBlock<St, uint16_t, kAcc>, WideFlatBlock<St, uint32_t, kAcc>,
-};
+// The logarithm, by where the flat factor enters and by output type code.
 template <LogOrder Ord, bool kAcc> constexpr LogFn kLog[9] = {
     nullptr,
     LogBlock<Ord, uint8_t, kAcc>,  LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
     LogBlock<Ord, float, kAcc>,    LogBlock<Ord, double, kAcc>,   LogBlock<Ord, uint8_t, kAcc>,
     LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
 };
-
-WideFn PickWide(Stage stage, bool acc, int32_t type) noexcept {
-    if (stage == Stage::Threshold) return acc ? kWide<Stage::Threshold, true>[type] : kWide<Stage::Threshold, false>[type];
-    if (stage == Stage::Clip) return acc ? kWide<Stage::Clip, true>[type] : kWide<Stage::Clip, false>[type];
-    return acc ? kWide<Stage::None, true>[type] : kWide<Stage::None, false>[type];
-}
 
 LogFn PickLog(const FramePlan& plan, int32_t type) noexcept {
     const bool acc = plan.accumulate;
@@ -72,7 +58,7 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
     const blocks::Kernels& io = blocks::kTables.Active();
     const BaseFn base = kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
     const size_t os = ElementSize(outType);
-    const WideFn wide = PickWide(plan.stage, plan.accumulate, outType);
+    const WideFn wide = kk.wide[static_cast<int>(plan.stage)][plan.accumulate][outType];
     const LogFn log = plan.stage == Stage::Log ? PickLog(plan, outType) : nullptr;
     // A block reads all its source pixels before writing; where the output overlaps the source
     // so that a write could change a pixel not yet read, pixels go one at a time.

@@ -20,6 +20,9 @@ using FlatFn = bool (*)(double* v, const float* flat, size_t n) noexcept;
 using StageFn = void (*)(double* v, size_t n, double a, double b) noexcept;
 // Adds the results, converted to the output element, into n output elements.
 using AccumulateFn = void (*)(const double* v, size_t n, unsigned char* out) noexcept;
+// Flat-field blocks with wider base values: exact products, the final stage, the store or the
+// accumulation, all per pixel.
+using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept;
 
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
@@ -27,6 +30,7 @@ struct Kernels {
     StageFn threshold;
     StageFn clip;
     AccumulateFn accumulate[9];  // by output type code
+    WideFn wide[kStages][2][9];  // [final stage][accumulate][output type code]
 };
 
 namespace baseline { extern const Kernels kKernels; }

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/lanes.h"
 #include "online/online_kernels.h"
@@ -100,6 +101,25 @@ template <class D> void Accumulate(const double* v, size_t n, unsigned char* out
     for (; i < n; ++i) Put<D, true>(out, i, ::qm::StoreFloat<D>(v[i]));
 }
 
+template <Stage St, class D, bool kAccumulate>
+void Wide(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept {
+    alignas(64) D r[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
+    for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D>(base[i], flat[i], a, b);
+    if constexpr (kAccumulate) {
+        for (size_t i = 0; i < n; ++i) r[i] = static_cast<D>(LoadElement<D>(out, i) + r[i]);
+    }
+    std::memcpy(out, r, n * sizeof(D));
+}
+
+template <Stage St, bool kAcc> constexpr void SetWide(Kernels& k) noexcept {
+    auto& row = k.wide[static_cast<int>(St)][kAcc];
+    row[kI8] = row[kU8] = &Wide<St, uint8_t, kAcc>;
+    row[kI16] = row[kU16] = &Wide<St, uint16_t, kAcc>;
+    row[kI32] = row[kU32] = &Wide<St, uint32_t, kAcc>;
+    row[kF32] = &Wide<St, float, kAcc>;
+    row[kF64] = &Wide<St, double, kAcc>;
+}
+
 template <ReaderId Id, DarkRule Dk> constexpr void SetBase(Kernels& k) noexcept {
     k.base[static_cast<int>(Id)][static_cast<int>(Dk)] = &Base<Id, Dk>;
 }
@@ -120,6 +140,12 @@ constexpr Kernels MakeKernels() noexcept {
     k.flat = &Flat;
     k.threshold = &StageBlock<false>;
     k.clip = &StageBlock<true>;
+    SetWide<Stage::None, false>(k);
+    SetWide<Stage::None, true>(k);
+    SetWide<Stage::Threshold, false>(k);
+    SetWide<Stage::Threshold, true>(k);
+    SetWide<Stage::Clip, false>(k);
+    SetWide<Stage::Clip, true>(k);
     k.accumulate[kI8] = &Accumulate<uint8_t>;
     k.accumulate[kU8] = &Accumulate<uint8_t>;
     k.accumulate[kI16] = &Accumulate<uint16_t>;

@@ -72,21 +72,18 @@ template <class D, bool kAccumulate> QM_INLINE void Put(unsigned char* out, size
     StoreElement<D>(out, i, r);
 }
 
-// Flat-field blocks whose base values reach beyond 29 bits: the product is carried exactly and
-// the final stage compares and rounds that exact value.
-template <Stage St, class D, bool kAccumulate>
-void WideFlatBlock(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept {
-    for (size_t i = 0; i < n; ++i) {
-        const Exact v = ExactProduct(static_cast<int64_t>(base[i]), flat[i]);
-        D r;
-        if constexpr (St == Stage::Threshold) {
-            r = Above(v, a) ? D{1} : D{0};
-        } else if constexpr (St == Stage::Clip) {
-            r = Above(v, b) ? StoreFloat<D>(b) : Below(v, a) ? StoreFloat<D>(a) : StoreExact<D>(v);
-        } else {
-            r = StoreExact<D>(v);
-        }
-        Put<D, kAccumulate>(out, i, r);
+// The result of a flat-field pixel whose base value may reach beyond 29 bits: the product is
+// carried exactly and the final stage compares and rounds that exact value. Branch-free, so that
+// a block of them vectorises.
+template <Stage St, class D> QM_INLINE D WideFlatResult(double base, float flat, double a, double b) noexcept {
+    const Exact v = ExactProduct(static_cast<int64_t>(base), flat);
+    if constexpr (St == Stage::Threshold) {
+        return Above(v, a) ? D{1} : D{0};
+    } else if constexpr (St == Stage::Clip) {
+        const D stored = StoreExact<D>(v);
+        return Above(v, b) ? StoreFloat<D>(b) : Below(v, a) ? StoreFloat<D>(a) : stored;
+    } else {
+        return StoreExact<D>(v);
     }
 }
 
