@@ -37,6 +37,9 @@ constexpr uint32_t ElementSize(int32_t type) noexcept {
 // The numeric element types 1 to 8, the only ones the arithmetic engines accept.
 constexpr bool IsNumericType(int32_t type) noexcept { return type >= kI8 && type <= kU32; }
 
+// The integer element types among them.
+constexpr bool IsIntegerType(int32_t type) noexcept { return IsNumericType(type) && type != kF32 && type != kF64; }
+
 // nWidth x nHeight as a signed 32-bit product; a product below 1 is an empty image.
 constexpr int32_t ElementCount(const QmdDataStruct& d) noexcept {
     return static_cast<int32_t>(d.nWidth * d.nHeight);  // unsigned product wraps, then reads as signed

@@ -64,6 +64,22 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
     // so that a write could change a pixel not yet read, pixels go one at a time.
     const size_t block = BlockwiseIsSafe(k.out, os, k.src, pixelBytes, k.n) ? blocks::kBlock : 1;
     alignas(64) double v[blocks::kBlock];
+    // Without a float, integer outputs take the integer patterns straight through.
+    const DarkRule dark = plan.dark ? reading.dark : DarkRule::Off;
+    const BaseIntFn baseInt = kk.baseInt[static_cast<int>(reading.reader)][static_cast<int>(dark)];
+    if (baseInt != nullptr && !plan.flat && plan.stage == Stage::None && IsIntegerType(outType)) {
+        alignas(64) int32_t w[blocks::kBlock];
+        for (size_t i0 = 0; i0 < k.n; i0 += block) {
+            const size_t m = std::min(block, k.n - i0);
+            baseInt(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, w);
+            if (plan.accumulate) {
+                kk.accumulateInt[outType](w, m, k.out + i0 * os);
+            } else {
+                io.storeInt[outType](w, m, k.out + i0 * os);
+            }
+        }
+        return;
+    }
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
         unsigned char* out = k.out + i0 * os;

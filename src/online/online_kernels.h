@@ -24,8 +24,15 @@ using AccumulateFn = void (*)(const double* v, size_t n, unsigned char* out) noe
 // accumulation, all per pixel.
 using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept;
 
+// Frames without a float into integer outputs: the base values as their 32-bit patterns, stored
+// or added in the output's width.
+using BaseIntFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept;
+using AccumulateIntFn = void (*)(const int32_t* v, size_t n, unsigned char* out) noexcept;
+
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
+    BaseIntFn baseInt[kReaders][kDarkRules];  // null for the colour readers and the wide rule
+    AccumulateIntFn accumulateInt[9];         // by integer output type code
     FlatFn flat;
     StageFn threshold;
     StageFn clip;

@@ -58,6 +58,28 @@ template <ReaderId Id, DarkRule Dk> void Base(const unsigned char* src, const in
     for (; i < n; ++i) base[i] = BaseValue<Id, Dk>(src, dark, i);
 }
 
+template <ReaderId Id, DarkRule Dk> void BaseInt(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept {
+    using W = Word<Id>;
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VW s = LoadWide<W>(src + i * sizeof(W));
+        StoreW(base + i, Dk == DarkRule::Off ? s : SubW(s, LoadW(dark + i)));
+    }
+    for (; i < n; ++i) {
+        const auto s = static_cast<uint32_t>(ReaderOf<Id>::Read(src, i));
+        base[i] = static_cast<int32_t>(Dk == DarkRule::Off ? s : s - static_cast<uint32_t>(dark[i]));
+    }
+}
+
+template <class D> void AccumulateInt(const int32_t* v, size_t n, unsigned char* out) noexcept {
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        unsigned char* p = out + i * sizeof(D);
+        StoreWide<D>(p, AddW(LoadWide<D>(p), LoadW(v + i)));
+    }
+    for (; i < n; ++i) Put<D, true>(out, i, static_cast<D>(v[i]));
+}
+
 bool Flat(double* v, const float* flat, size_t n) noexcept {
     size_t i = 0;
     bool narrow = true;
@@ -126,6 +148,10 @@ template <ReaderId Id, DarkRule Dk> constexpr void SetBase(Kernels& k) noexcept 
 template <ReaderId Id> constexpr void SetBases(Kernels& k) noexcept {
     SetBase<Id, DarkRule::Off>(k);
     SetBase<Id, DarkRule::Wrap>(k);
+    if constexpr (kVectorReader<Id>) {
+        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Off)] = &BaseInt<Id, DarkRule::Off>;
+        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Wrap)] = &BaseInt<Id, DarkRule::Wrap>;
+    }
     if constexpr (Id == ReaderId::I32) SetBase<Id, DarkRule::Wide>(k);
 }
 
@@ -146,6 +172,9 @@ constexpr Kernels MakeKernels() noexcept {
     SetWide<Stage::Threshold, true>(k);
     SetWide<Stage::Clip, false>(k);
     SetWide<Stage::Clip, true>(k);
+    k.accumulateInt[kI8] = k.accumulateInt[kU8] = &AccumulateInt<uint8_t>;
+    k.accumulateInt[kI16] = k.accumulateInt[kU16] = &AccumulateInt<uint16_t>;
+    k.accumulateInt[kI32] = k.accumulateInt[kU32] = &AccumulateInt<uint32_t>;
     k.accumulate[kI8] = &Accumulate<uint8_t>;
     k.accumulate[kU8] = &Accumulate<uint8_t>;
     k.accumulate[kI16] = &Accumulate<uint16_t>;
