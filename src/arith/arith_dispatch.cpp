@@ -32,7 +32,7 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
     const size_t block =
         BlockwiseIsSafe(dst, ds, a, as, n) && BlockwiseIsSafe(dst, ds, b, bs, n) ? blocks::kBlock : 1;
     const bool real = td == kF32 || td == kF64;
-    alignas(64) double va[blocks::kBlock], vb[blocks::kBlock];
+    alignas(64) double va[blocks::kBlock];
     alignas(64) int32_t wa[blocks::kBlock], wb[blocks::kBlock];
     bool zero = false;
     for (size_t i0 = 0; i0 < n; i0 += block) {
@@ -40,18 +40,16 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
         unsigned char* d = dst + i0 * ds;
         if (real) {
             io.load[ta](a + i0 * as, m, va);
-            io.load[tb](b + i0 * bs, m, vb);
-            zero |= k.real[op](va, vb, m);
+            zero |= k.real[op][tb](va, b + i0 * bs, m);
             io.store[td](va, m, d);
-        } else {
+        } else if (op == arith::kDivide) {
             io.entry[ta](a + i0 * as, m, wa);
             io.entry[tb](b + i0 * bs, m, wb);
-            if (op == arith::kDivide) {
-                zero |= k.divide[td](wa, wb, m, d);
-            } else {
-                k.integer[op](wa, wb, m);
-                io.storeInt[td](wa, m, d);
-            }
+            zero |= k.divide[td](wa, wb, m, d);
+        } else {
+            io.entry[ta](a + i0 * as, m, wa);
+            k.integer[op][tb](wa, b + i0 * bs, m);
+            io.storeInt[td](wa, m, d);
         }
     }
     return zero ? Status::ElementNotComputed : Status::Ok;

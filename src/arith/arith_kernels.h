@@ -10,16 +10,16 @@
 
 namespace qm::arith {
 
-// a := a op b over n int32 entries (add, subtract, multiply; wrapping).
-using IntegerFn = void (*)(int32_t* a, const int32_t* b, size_t n) noexcept;
-// a := a op b over n doubles; true when some divisor was 0 or NaN (divide only).
-using RealFn = bool (*)(double* a, const double* b, size_t n) noexcept;
+// a := a op (the integer entries of n elements of operand 2 at b): add, subtract, multiply, wrapping.
+using IntegerFn = void (*)(int32_t* a, const unsigned char* b, size_t n) noexcept;
+// a := a op (n elements of operand 2 at b, as doubles); true when some divisor was 0 or NaN.
+using RealFn = bool (*)(double* a, const unsigned char* b, size_t n) noexcept;
 // The quotients of n entries, reduced to the destination type, stored; true for a zero divisor.
 using DivideFn = bool (*)(const int32_t* a, const int32_t* b, size_t n, unsigned char* dst) noexcept;
 
 struct Kernels {
-    IntegerFn integer[5];  // by process code 1, 2, 4 (3 unused)
-    RealFn real[5];        // by process code 1 to 4
+    IntegerFn integer[5][9];  // [process code 1, 2, 4][operand 2 type code (U32 read as I32)]
+    RealFn real[5][9];        // [process code 1 to 4][operand 2 type code]
     DivideFn divide[9];    // by integer destination type code
 };
 

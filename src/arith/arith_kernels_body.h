@@ -9,42 +9,62 @@
 #include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/lanes.h"
+#include "core/truncate.h"
 
 namespace qm::arith::QM_ISA_NS {
 namespace {
 
 using namespace ::qm::QM_ISA_NS;
 
-template <class Rule> void IntegerBlock(int32_t* a, const int32_t* b, size_t n) noexcept {
+// The integer entries of kWide elements of B.
+template <class B> QM_INLINE VW EntryWide(const unsigned char* p) noexcept {
+    if constexpr (std::is_integral_v<B>) {
+        return LoadWide<B>(p);
+    } else {
+        static_assert(kWide == 2 * kLanes);
+        alignas(QM_VECTOR_BYTES) int32_t entries[kWide];
+        for (size_t h = 0; h < 2; ++h) {
+            const VI half = TruncateLow32(LoadDouble<B>(p + h * kLanes * sizeof(B)));
+            std::memcpy(entries + h * kLanes, &half, 4 * kLanes);
+        }
+        return LoadW(entries);
+    }
+}
+
+template <class Rule, class B> void IntegerBlock(int32_t* a, const unsigned char* b, size_t n) noexcept {
     size_t i = 0;
     for (; i + kWide <= n; i += kWide) {
-        const VW x = LoadW(a + i), y = LoadW(b + i);
+        const VW x = LoadW(a + i), y = EntryWide<B>(b + i * sizeof(B));
         StoreW(a + i, std::is_same_v<Rule, AddRule>        ? AddW(x, y)
                       : std::is_same_v<Rule, SubtractRule> ? SubW(x, y)
                                                            : MulW(x, y));
     }
-    for (; i < n; ++i)
-        a[i] = static_cast<int32_t>(Rule::Integer(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i])));
+    for (; i < n; ++i) {
+        const double y = static_cast<double>(LoadAt<B>(b, i));
+        const auto entry = std::is_integral_v<B> ? static_cast<uint32_t>(static_cast<int32_t>(LoadAt<B>(b, i)))
+                                                 : static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(y)));
+        a[i] = static_cast<int32_t>(Rule::Integer(static_cast<uint32_t>(a[i]), entry));
+    }
 }
 
-template <class Rule> bool RealBlock(double* a, const double* b, size_t n) noexcept {
+template <class Rule, class B> bool RealBlock(double* a, const unsigned char* b, size_t n) noexcept {
     size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) StoreVD(a + i, Rule::Real(LoadVD(a + i), LoadVD(b + i)));
-    for (; i < n; ++i) a[i] = Rule::Real(a[i], b[i]);
+    for (; i + kLanes <= n; i += kLanes) StoreVD(a + i, Rule::Real(LoadVD(a + i), LoadDouble<B>(b + i * sizeof(B))));
+    for (; i < n; ++i) a[i] = Rule::Real(a[i], static_cast<double>(LoadAt<B>(b, i)));
     return false;
 }
 
-bool QuotientBlock(double* a, const double* b, size_t n) noexcept {
+template <class B> bool QuotientBlock(double* a, const unsigned char* b, size_t n) noexcept {
     bool zero = false;
     size_t i = 0;
     for (; i + kLanes <= n; i += kLanes) {
         decltype(VD{} < VD{}) kept;
-        StoreVD(a + i, RealQuotient(LoadVD(a + i), LoadVD(b + i), kept));
+        StoreVD(a + i, RealQuotient(LoadVD(a + i), LoadDouble<B>(b + i * sizeof(B)), kept));
         zero |= !AllOf(kept);
     }
     for (; i < n; ++i) {
         bool kept = false;
-        a[i] = RealQuotient(a[i], b[i], kept);
+        a[i] = RealQuotient(a[i], static_cast<double>(LoadAt<B>(b, i)), kept);
         zero |= !kept;
     }
     return zero;
@@ -59,15 +79,26 @@ template <class D> bool DivideBlock(const int32_t* a, const int32_t* b, size_t n
     return zero != 0;
 }
 
+template <class B> constexpr void SetOperand(Kernels& k, int32_t type) noexcept {
+    k.integer[kAdd][type] = &IntegerBlock<AddRule, B>;
+    k.integer[kSubtract][type] = &IntegerBlock<SubtractRule, B>;
+    k.integer[kMultiply][type] = &IntegerBlock<MultiplyRule, B>;
+    k.real[kAdd][type] = &RealBlock<AddRule, B>;
+    k.real[kSubtract][type] = &RealBlock<SubtractRule, B>;
+    k.real[kMultiply][type] = &RealBlock<MultiplyRule, B>;
+    k.real[kDivide][type] = &QuotientBlock<B>;
+}
+
 constexpr Kernels MakeKernels() noexcept {
     Kernels k{};
-    k.integer[kAdd] = &IntegerBlock<AddRule>;
-    k.integer[kSubtract] = &IntegerBlock<SubtractRule>;
-    k.integer[kMultiply] = &IntegerBlock<MultiplyRule>;
-    k.real[kAdd] = &RealBlock<AddRule>;
-    k.real[kSubtract] = &RealBlock<SubtractRule>;
-    k.real[kMultiply] = &RealBlock<MultiplyRule>;
-    k.real[kDivide] = &QuotientBlock;
+    SetOperand<int8_t>(k, kI8);
+    SetOperand<int16_t>(k, kI16);
+    SetOperand<int32_t>(k, kI32);
+    SetOperand<float>(k, kF32);
+    SetOperand<double>(k, kF64);
+    SetOperand<uint8_t>(k, kU8);
+    SetOperand<uint16_t>(k, kU16);
+    SetOperand<int32_t>(k, kU32);  // U32 operands are read as I32
     k.divide[kI8] = &DivideBlock<int8_t>;
     k.divide[kI16] = &DivideBlock<int16_t>;
     k.divide[kI32] = &DivideBlock<int32_t>;

@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
+#include <type_traits>
 
 #include "core/log10.h"
 #include "core/truncate.h"
@@ -25,6 +27,39 @@ template <class D> inline bool Log10Element(double x, unsigned char* dst, size_t
     const bool failed = !(x > 0.0);
     const D r = failed ? D(0) : StoreFloat<D>(Log10Extended(x));
     std::memcpy(dst + i * sizeof(D), &r, sizeof(D));
+    return failed;
+}
+
+// 505 from 8- and 16-bit sources: every result is a function of the element alone, so one table
+// per (source, destination) type, built once with the rule above (at its first use, which costs
+// one extended logarithm per source value), serves every later call. Null when memory for it
+// cannot be had; the caller then computes element by element.
+template <class S, class D> const D* Log10Table() noexcept {
+    static_assert(std::is_integral_v<S> && sizeof(S) <= 2);
+    static const D* const table = []() noexcept -> const D* {
+        constexpr size_t kValues = size_t{1} << (8 * sizeof(S));
+        D* t = new (std::nothrow) D[kValues];
+        if (t == nullptr) return nullptr;
+        using U = std::make_unsigned_t<S>;
+        for (size_t k = 0; k < kValues; ++k) {
+            const auto x = static_cast<double>(static_cast<S>(static_cast<U>(k)));
+            t[k] = x > 0.0 ? StoreFloat<D>(Log10Extended(x)) : D(0);
+        }
+        return t;
+    }();
+    return table;
+}
+
+// 505 through the table; true when some element was not positive.
+template <class S, class D> bool Log10ByTable(const D* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+    using U = std::make_unsigned_t<S>;
+    bool failed = false;
+    for (size_t i = 0; i < n; ++i) {
+        U k;
+        std::memcpy(&k, src + i * sizeof(S), sizeof(S));
+        failed |= !(static_cast<S>(k) > 0);
+        std::memcpy(dst + i * sizeof(D), table + k, sizeof(D));
+    }
     return failed;
 }
 

@@ -27,6 +27,30 @@ using scalar::Form;
 using scalar::Kind;
 
 using Log10Fn = bool (*)(const double* v, size_t n, unsigned char* dst) noexcept;
+// 505 from 8- and 16-bit sources through a table of every result; false when the table cannot be had.
+using Log10TableFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept;
+
+template <class S, class D> bool Log10Tabled(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept {
+    const D* table = scalar::Log10Table<S, D>();
+    if (table == nullptr) return false;
+    failed |= scalar::Log10ByTable<S, D>(table, src, n, dst);
+    return true;
+}
+
+// [source type code][destination type code]; null where the source is not of 8 or 16 bits.
+template <class S> constexpr Log10TableFn kLog10TableRow[9] = {
+    nullptr,
+    Log10Tabled<S, Element<kI8>>,  Log10Tabled<S, Element<kI16>>, Log10Tabled<S, Element<kI32>>,
+    Log10Tabled<S, Element<kF32>>, Log10Tabled<S, Element<kF64>>, Log10Tabled<S, Element<kU8>>,
+    Log10Tabled<S, Element<kU16>>, Log10Tabled<S, Element<kU32>>,
+};
+constexpr const Log10TableFn* kLog10Tables[9] = {
+    nullptr, kLog10TableRow<int8_t>, kLog10TableRow<int16_t>, nullptr, nullptr, nullptr,
+    kLog10TableRow<uint8_t>, kLog10TableRow<uint16_t>, nullptr,
+};
+// A table costs one extended logarithm per source value once; below this many elements a call
+// computes its own.
+constexpr size_t kLog10TableUse = 4096;
 using LastFn = bool (*)(double last, unsigned char* dst) noexcept;
 
 template <class D> bool Log10Block(const double* v, size_t n, unsigned char* dst) noexcept {
@@ -61,23 +85,25 @@ struct Plan {
     uint32_t ci = 0;
     scalar::ExactFn exact = nullptr;      // Exact: evaluation and store
     Log10Fn log10 = nullptr;
+    Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
 };
 
 // An arithmetic operation under the evaluation chosen for it.
-Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval, int32_t dstType, double a) noexcept {
+Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval, int32_t srcType, int32_t dstType,
+               double a) noexcept {
     Plan p;
     switch (eval) {
         case Eval::Zero:
-            p.form = k.form[static_cast<int>(Form::Zero)];
+            p.form = k.form[srcType][static_cast<int>(Form::Zero)];
             break;
         case Eval::Integer:
             p.path = Plan::Path::Integer;
-            p.integer = form == Form::Add ? k.intAdd : k.intMul;
+            p.integer = form == Form::Add ? k.intAdd[srcType] : k.intMul[srcType];
             p.ci = static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(a)));
             break;
         case Eval::Plain:
-            p.form = k.form[static_cast<int>(form)];
+            p.form = k.form[srcType][static_cast<int>(form)];
             p.c.a = a;
             break;
         case Eval::Exact:
@@ -96,24 +122,24 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
     Plan p;
     switch (op) {
         case qmeProcessClip:
-            p.form = k.form[static_cast<int>(Form::Clip)];
+            p.form = k.form[srcType][static_cast<int>(Form::Clip)];
             p.c = {a, b};
             return p;
         case 500:
-            p.form = k.form[static_cast<int>(Form::Band)];
+            p.form = k.form[srcType][static_cast<int>(Form::Band)];
             p.c = {a, b};
             return p;
-        case 501: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, a), dstType, a);
-        case 502: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, -a), dstType, -a);
-        case 503: return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, a), dstType, a);
+        case 501: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, a), srcType, dstType, a);
+        case 502: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, -a), srcType, dstType, -a);
+        case 503: return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, a), srcType, dstType, a);
         case 504: {
-            if (a == 0.0 || std::isnan(a)) return Arithmetic(k, Form::Div, ExactOp::Div, Eval::Zero, dstType, a);
+            if (a == 0.0 || std::isnan(a)) return Arithmetic(k, Form::Div, ExactOp::Div, Eval::Zero, srcType, dstType, a);
             // Dividing by a power of two is multiplying by its reciprocal: the same exact value.
             const double inverse = 1.0 / a;
             if (std::isfinite(a) && std::isfinite(inverse) && scalar::Analyse(a).bits == 1) {
-                return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, inverse), dstType, inverse);
+                return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, inverse), srcType, dstType, inverse);
             }
-            return Arithmetic(k, Form::Div, ExactOp::Div, scalar::ChooseDiv(src, dst, a), dstType, a);
+            return Arithmetic(k, Form::Div, ExactOp::Div, scalar::ChooseDiv(src, dst, a), srcType, dstType, a);
         }
         case 505:
             p.path = Plan::Path::Log10;
@@ -122,6 +148,7 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
                 return p;
             }
             p.log10 = kLog10[dstType];
+            if (kLog10Tables[srcType] != nullptr) p.log10Table = kLog10Tables[srcType][dstType];
             return p;
         case 506:
         case 507:
@@ -129,7 +156,7 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
             p.last = op == 507 ? kLast<true>[dstType] : kLast<false>[dstType];
             return p;
         case 508:
-            return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), dstType, 1.0);
+            return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), srcType, dstType, 1.0);
         default:  // 509: the load and the store rule alone; between integer types the bits move as int32
             if (src.integer && dst.integer) p.path = Plan::Path::Integer;
             return p;
@@ -161,8 +188,8 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         unsigned char* d = dst + i0 * ds;
         switch (p.path) {
             case Plan::Path::Integer:
-                io.entry[srcType](s, m, w);
-                if (p.integer != nullptr) p.integer(w, m, p.ci);
+                if (p.integer != nullptr) p.integer(s, m, w, p.ci);
+                else io.entry[srcType](s, m, w);
                 io.storeInt[dstType](w, m, d);
                 break;
             case Plan::Path::Exact:
@@ -170,17 +197,17 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
                 p.exact(v, m, p.c.a, d);
                 break;
             case Plan::Path::Digits:
-                io.load[srcType](s, m, v);
-                failed |= k.digits(v, m);
+                failed |= k.digits[srcType](s, m, v);
                 io.store[dstType](v, m, d);
                 break;
             case Plan::Path::Log10:
+                if (n >= kLog10TableUse && p.log10Table != nullptr && p.log10Table(s, m, d, failed)) break;
                 io.load[srcType](s, m, v);
                 failed |= p.log10(v, m, d);
                 break;
             default:
-                io.load[srcType](s, m, v);
-                if (p.form != nullptr) p.form(v, m, p.c);
+                if (p.form != nullptr) p.form(s, m, v, p.c);
+                else io.load[srcType](s, m, v);
                 io.store[dstType](v, m, d);
                 break;
         }

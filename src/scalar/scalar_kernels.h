@@ -1,9 +1,9 @@
 // The scalar family's kernels of one instruction set: what a call does to each block of elements
-// between the block stages of core/blocks.h. A block is read into doubles (or, for wrapping
-// integer arithmetic, int32), the operation's plain form runs over it in place, and it is stored
-// by the store rule; exact evaluations read the doubles and store each result themselves. The
-// engine (scalar_engine.cpp) chooses the stages once per call; scalar_kernels_body.h holds them,
-// built once for each instruction set.
+// besides the block stages of core/blocks.h. A block is read into doubles (or, for wrapping
+// integer arithmetic, int32) with the operation's plain form applied on the way, then stored by
+// the store rule; exact evaluations read the doubles and store each result themselves. The engine
+// (scalar_engine.cpp) chooses the stages once per call; scalar_kernels_body.h holds them, built
+// once for each instruction set.
 #pragma once
 
 #include <cstddef>
@@ -18,24 +18,25 @@ struct Constants {
     double b;
 };
 
-// Plain forms, applied to a block of doubles in place.
+// Plain forms, applied to the elements as they are read into a block of doubles.
 enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count };
 
 // 505 between integer types, in place: each value becomes its number of decimal digits less one
 // (0 for values below 1); true when some value was not positive.
-using DigitsFn = bool (*)(double* v, size_t n) noexcept;
+using DigitsFn = bool (*)(const unsigned char* src, size_t n, double* v) noexcept;
 // Exact evaluations: operation x {Exact, Exact32, Scaled}.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
-using FormFn = void (*)(double* v, size_t n, Constants c) noexcept;
-using IntFormFn = void (*)(int32_t* v, size_t n, uint32_t c) noexcept;
+using FormFn = void (*)(const unsigned char* src, size_t n, double* v, Constants c) noexcept;
+using IntFormFn = void (*)(const unsigned char* src, size_t n, int32_t* v, uint32_t c) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
 
 struct Kernels {
-    FormFn form[static_cast<int>(Form::Count)];
-    DigitsFn digits;
-    IntFormFn intAdd;
-    IntFormFn intMul;
+    // By source type code (U32 read as I32); the integer ones for integer sources only.
+    FormFn form[9][static_cast<int>(Form::Count)];
+    DigitsFn digits[9];
+    IntFormFn intAdd[9];
+    IntFormFn intMul[9];
     ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
 };
 

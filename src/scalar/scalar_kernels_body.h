@@ -20,27 +20,27 @@ namespace {
 
 using namespace ::qm::QM_ISA_NS;
 
-// Applies a plain form to every double of a block.
-template <class Fn> QM_INLINE void Map(double* v, size_t n, Fn fn) noexcept {
+// Reads n elements of S into doubles, applying fn on the way.
+template <class S, class Fn> QM_INLINE void Map(const unsigned char* src, size_t n, double* v, Fn fn) noexcept {
     size_t i = 0;
-    for (; i + kLanes <= n; i += kLanes) StoreVD(v + i, fn(LoadVD(v + i)));
-    for (; i < n; ++i) v[i] = fn(v[i]);
+    for (; i + kLanes <= n; i += kLanes) StoreVD(v + i, fn(LoadDouble<S>(src + i * sizeof(S))));
+    for (; i < n; ++i) v[i] = fn(static_cast<double>(LoadAt<S>(src, i)));
 }
 
-template <class Op> void PlainForm(double* v, size_t n, Constants c) noexcept {
+template <class S, class Op> void PlainForm(const unsigned char* src, size_t n, double* v, Constants c) noexcept {
     if constexpr (Op::kZeroGuard) {
         // Elements equal to 0 or NaN store 0.
-        Map(v, n, [a = c.a](auto x) { return (x != 0.0) & (x == x) ? Op::Plain(x, a) : decltype(x){}; });
+        Map<S>(src, n, v, [a = c.a](auto x) { return (x != 0.0) & (x == x) ? Op::Plain(x, a) : decltype(x){}; });
     } else {
-        Map(v, n, [a = c.a](auto x) { return Op::Plain(x, a); });
+        Map<S>(src, n, v, [a = c.a](auto x) { return Op::Plain(x, a); });
     }
 }
-template <class F> void BoundsForm(double* v, size_t n, Constants c) noexcept {
-    Map(v, n, [c](auto x) { return F::Apply(x, c.a, c.b); });
+template <class S, class F> void BoundsForm(const unsigned char* src, size_t n, double* v, Constants c) noexcept {
+    Map<S>(src, n, v, [c](auto x) { return F::Apply(x, c.a, c.b); });
 }
-void ZeroForm(double* v, size_t n, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
+void ZeroForm(const unsigned char*, size_t n, double* v, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
-bool Digits(double* v, size_t n) noexcept {
+template <class S> bool Digits(const unsigned char* src, size_t n, double* v) noexcept {
     bool failed = false;
     const auto digits = [&failed](auto x) {
         failed |= !AllOfLanes(x > 0.0);
@@ -49,18 +49,35 @@ bool Digits(double* v, size_t n) noexcept {
         for (int k = 1; k <= 9; ++k, power *= 10.0) d += x >= power ? Broadcast<decltype(x)>(1.0) : decltype(x){};
         return d;
     };
-    Map(v, n, digits);
+    Map<S>(src, n, v, digits);
     return failed;
 }
 
-template <class Op> void IntegerForm(int32_t* v, size_t n, uint32_t c) noexcept {
+// Integer entries of n elements of S, with wrapping 32-bit Op by c applied on the way.
+template <class S, class Op> void IntegerForm(const unsigned char* src, size_t n, int32_t* v, uint32_t c) noexcept {
     size_t i = 0;
     const VW k = SplatW(static_cast<int32_t>(c));
     for (; i + kWide <= n; i += kWide) {
-        const VW x = LoadW(v + i);
+        const VW x = LoadWide<S>(src + i * sizeof(S));
         StoreW(v + i, std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
     }
-    for (; i < n; ++i) v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(v[i]), c));
+    for (; i < n; ++i) v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c));
+}
+
+template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
+    auto& row = k.form[type];
+    row[static_cast<int>(Form::Add)] = &PlainForm<S, AddOp>;
+    row[static_cast<int>(Form::Mul)] = &PlainForm<S, MulOp>;
+    row[static_cast<int>(Form::Div)] = &PlainForm<S, DivOp>;
+    row[static_cast<int>(Form::Reciprocal)] = &PlainForm<S, ReciprocalOp>;
+    row[static_cast<int>(Form::Clip)] = &BoundsForm<S, ClipForm>;
+    row[static_cast<int>(Form::Band)] = &BoundsForm<S, BandForm>;
+    row[static_cast<int>(Form::Zero)] = &ZeroForm;
+    k.digits[type] = &Digits<S>;
+    if constexpr (std::is_integral_v<S>) {
+        k.intAdd[type] = &IntegerForm<S, AddOp>;
+        k.intMul[type] = &IntegerForm<S, MulOp>;
+    }
 }
 
 // An exact evaluation of Op over a block, each result stored into D.
@@ -82,16 +99,14 @@ template <class Op> constexpr void FillExact(ExactFn (&row)[3][9]) noexcept {
 
 constexpr Kernels MakeKernels() noexcept {
     Kernels k{};
-    k.form[static_cast<int>(Form::Add)] = &PlainForm<AddOp>;
-    k.form[static_cast<int>(Form::Mul)] = &PlainForm<MulOp>;
-    k.form[static_cast<int>(Form::Div)] = &PlainForm<DivOp>;
-    k.form[static_cast<int>(Form::Reciprocal)] = &PlainForm<ReciprocalOp>;
-    k.form[static_cast<int>(Form::Clip)] = &BoundsForm<ClipForm>;
-    k.form[static_cast<int>(Form::Band)] = &BoundsForm<BandForm>;
-    k.form[static_cast<int>(Form::Zero)] = &ZeroForm;
-    k.digits = &Digits;
-    k.intAdd = &IntegerForm<AddOp>;
-    k.intMul = &IntegerForm<MulOp>;
+    SetForms<int8_t>(k, kI8);
+    SetForms<int16_t>(k, kI16);
+    SetForms<int32_t>(k, kI32);
+    SetForms<float>(k, kF32);
+    SetForms<double>(k, kF64);
+    SetForms<uint8_t>(k, kU8);
+    SetForms<uint16_t>(k, kU16);
+    SetForms<int32_t>(k, kU32);  // U32 sources are read as I32
     FillExact<AddOp>(k.exact[static_cast<int>(ExactOp::Add)]);
     FillExact<MulOp>(k.exact[static_cast<int>(ExactOp::Mul)]);
     FillExact<DivOp>(k.exact[static_cast<int>(ExactOp::Div)]);
