@@ -30,6 +30,14 @@ template <class D> inline bool Log10Element(double x, unsigned char* dst, size_t
     return failed;
 }
 
+// Between integer types: the number of decimal digits of x less one (0 for x below 1).
+inline int64_t Digits(double x) noexcept {
+    int64_t digits = 0;
+    double power = 10.0;
+    for (int k = 1; k <= 9; ++k, power *= 10.0) digits += static_cast<int64_t>(x >= power);
+    return digits;
+}
+
 // 505 from 8- and 16-bit sources: every result is a function of the element alone, so one table
 // per (source, destination) type, built once with the rule above (at its first use, which costs
 // one extended logarithm per source value), serves every later call. Null when memory for it
@@ -43,7 +51,11 @@ template <class S, class D> const D* Log10Table() noexcept {
         using U = std::make_unsigned_t<S>;
         for (size_t k = 0; k < kValues; ++k) {
             const auto x = static_cast<double>(static_cast<S>(static_cast<U>(k)));
-            t[k] = x > 0.0 ? StoreFloat<D>(Log10Extended(x)) : D(0);
+            if constexpr (std::is_integral_v<D>) {
+                t[k] = LowBits<D>(Digits(x));
+            } else {
+                t[k] = x > 0.0 ? StoreFloat<D>(Log10Extended(x)) : D(0);
+            }
         }
         return t;
     }();

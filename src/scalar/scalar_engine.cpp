@@ -143,7 +143,7 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
         }
         case 505:
             p.path = Plan::Path::Log10;
-            if (src.integer && dst.integer) {
+            if (src.integer && dst.integer && kLog10Tables[srcType] == nullptr) {
                 p.path = Plan::Path::Digits;
                 return p;
             }
