@@ -30,7 +30,7 @@ template <class S, class Fn> QM_INLINE void Map(const unsigned char* src, size_t
 template <class S, class Op> void PlainForm(const unsigned char* src, size_t n, double* v, Constants c) noexcept {
     if constexpr (Op::kZeroGuard) {
         // Elements equal to 0 or NaN store 0.
-        Map<S>(src, n, v, [a = c.a](auto x) { return (x != 0.0) & (x == x) ? Op::Plain(x, a) : decltype(x){}; });
+        Map<S>(src, n, v, [a = c.a](auto x) { return ((x != 0.0) & (x == x)) ? Op::Plain(x, a) : decltype(x){}; });
     } else {
         Map<S>(src, n, v, [a = c.a](auto x) { return Op::Plain(x, a); });
     }
