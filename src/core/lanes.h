@@ -20,6 +20,7 @@
 #include <type_traits>
 
 #include "core/cpu.h"
+#include "core/host_memory.h"
 #include "core/truncate.h"
 
 #if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
@@ -51,15 +52,6 @@ using VI = __m256i;
 #else
 using VI = __m128i;
 #endif
-
-template <class T> QM_INLINE T LoadAt(const unsigned char* base, size_t i) noexcept {
-    T v;
-    std::memcpy(&v, base + i * sizeof(T), sizeof(T));
-    return v;
-}
-template <class T> QM_INLINE void StoreAt(unsigned char* base, size_t i, T v) noexcept {
-    std::memcpy(base + i * sizeof(T), &v, sizeof(T));
-}
 
 QM_INLINE VD LoadVD(const double* p) noexcept {
     VD v;

@@ -128,7 +128,7 @@ void Wide(const double* base, const float* flat, size_t n, double a, double b, u
     alignas(64) D r[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
     for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D>(base[i], flat[i], a, b);
     if constexpr (kAccumulate) {
-        for (size_t i = 0; i < n; ++i) r[i] = static_cast<D>(LoadElement<D>(out, i) + r[i]);
+        for (size_t i = 0; i < n; ++i) r[i] = static_cast<D>(LoadAt<D>(out, i) + r[i]);
     }
     std::memcpy(out, r, n * sizeof(D));
 }

@@ -20,6 +20,7 @@
 
 #include "core/cpu.h"
 #include "core/exact_arith.h"
+#include "core/host_memory.h"
 #include "core/log10.h"
 #include "core/truncate.h"
 #include "online/exact_value.h"
@@ -56,20 +57,11 @@ template <class V> QM_INLINE V ClipForm(V v, double a, double b) noexcept {
     return v > b ? Broadcast<V>(b) : (v < a ? Broadcast<V>(a) : v);
 }
 
-template <class D> QM_INLINE D LoadElement(const unsigned char* p, size_t i) noexcept {
-    D v;
-    std::memcpy(&v, p + i * sizeof(D), sizeof(D));
-    return v;
-}
-template <class D> QM_INLINE void StoreElement(unsigned char* p, size_t i, D v) noexcept {
-    std::memcpy(p + i * sizeof(D), &v, sizeof(D));
-}
-
 // Writes or adds a converted result into output element i: integers wrap at their width, floats
 // add in their own precision.
 template <class D, bool kAccumulate> QM_INLINE void Put(unsigned char* out, size_t i, D r) noexcept {
-    if constexpr (kAccumulate) r = static_cast<D>(LoadElement<D>(out, i) + r);
-    StoreElement<D>(out, i, r);
+    if constexpr (kAccumulate) r = static_cast<D>(LoadAt<D>(out, i) + r);
+    StoreAt<D>(out, i, r);
 }
 
 // The result of a flat-field pixel whose base value may reach beyond 29 bits: the product is

@@ -8,18 +8,9 @@
 #include <cstring>
 
 #include "core/cpu.h"
+#include "core/host_memory.h"
 
 namespace qm::online {
-
-template <class T> QM_INLINE T LoadAt(const unsigned char* base, size_t i) noexcept {
-    T v;
-    std::memcpy(&v, base + i * sizeof(T), sizeof(T));
-    return v;
-}
-
-template <class T> QM_INLINE void StoreAt(unsigned char* base, size_t i, T v) noexcept {
-    std::memcpy(base + i * sizeof(T), &v, sizeof(T));
-}
 
 // Whole-word pixels of type T: 16-bit ones unsigned whatever the declared type (a signed -1 reads
 // as 65535), 32-bit ones unsigned or signed as the kernel takes them.

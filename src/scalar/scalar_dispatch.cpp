@@ -3,10 +3,10 @@
 
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "core/element_types.h"
+#include "core/host_memory.h"
 #include "scalar/scalar_engine.h"
 
 namespace qm {
@@ -22,9 +22,7 @@ constexpr std::array<ScalarEngineFn, 8> kEngines = {
 // in their own signedness; floats also whenever either value is NaN, so a NaN is taken and the
 // element after it always replaces it.
 template <class T> T ElementAt(const void* data, int32_t i) noexcept {
-    T v;  // host images may sit at any address
-    std::memcpy(&v, static_cast<const unsigned char*>(data) + static_cast<size_t>(i) * sizeof(T), sizeof(T));
-    return v;
+    return LoadAt<T>(static_cast<const unsigned char*>(data), static_cast<size_t>(i));
 }
 
 template <class T> double Maximum(const void* data, int32_t n) noexcept {
