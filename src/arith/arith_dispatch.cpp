@@ -11,6 +11,7 @@
 #include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/overlap.h"
+#include "core/stream.h"
 
 namespace qm {
 namespace {
@@ -32,12 +33,14 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
     const size_t block =
         BlockwiseIsSafe(dst, ds, a, as, n) && BlockwiseIsSafe(dst, ds, b, bs, n) ? blocks::kBlock : 1;
     const bool real = td == kF32 || td == kF64;
+    const bool stream = Streams(n * ds, Overlaps(dst, n * ds, a, n * as) || Overlaps(dst, n * ds, b, n * bs));
+    alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
     alignas(64) double va[blocks::kBlock];
     alignas(64) int32_t wa[blocks::kBlock], wb[blocks::kBlock];
     bool zero = false;
     for (size_t i0 = 0; i0 < n; i0 += block) {
         const size_t m = std::min(block, n - i0);
-        unsigned char* d = dst + i0 * ds;
+        unsigned char* d = stream ? scratch : dst + i0 * ds;
         if (real) {
             io.load[ta](a + i0 * as, m, va);
             zero |= k.real[op][tb](va, b + i0 * bs, m);
@@ -51,7 +54,9 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
             k.integer[op][tb](wa, b + i0 * bs, m);
             io.storeInt[td](wa, m, d);
         }
+        if (stream) StreamCopy(dst + i0 * ds, scratch, m * ds);
     }
+    if (stream) StreamFence();
     return zero ? Status::ElementNotComputed : Status::Ok;
 }
 

@@ -6,6 +6,7 @@
 #include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/overlap.h"
+#include "core/stream.h"
 #include "online/frame_plan.h"
 #include "online/online_kernels.h"
 #include "online/orientation.h"
@@ -64,6 +65,9 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
     // so that a write could change a pixel not yet read, pixels go one at a time.
     const size_t block = BlockwiseIsSafe(k.out, os, k.src, pixelBytes, k.n) ? blocks::kBlock : 1;
     alignas(64) double v[blocks::kBlock];
+    // A large output that is only written (not accumulated into, not over the source) is streamed.
+    const bool stream = !plan.accumulate && Streams(k.n * os, Overlaps(k.out, k.n * os, k.src, k.n * pixelBytes));
+    alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
     // Without a float, integer outputs take the integer patterns straight through.
     const DarkRule dark = plan.dark ? reading.dark : DarkRule::Off;
     const BaseIntFn baseInt = kk.baseInt[static_cast<int>(reading.reader)][static_cast<int>(dark)];
@@ -75,32 +79,34 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
             if (plan.accumulate) {
                 kk.accumulateInt[outType](w, m, k.out + i0 * os);
             } else {
-                io.storeInt[outType](w, m, k.out + i0 * os);
+                io.storeInt[outType](w, m, stream ? scratch : k.out + i0 * os);
+                if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
             }
         }
+        if (stream) StreamFence();
         return;
     }
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
-        unsigned char* out = k.out + i0 * os;
+        unsigned char* out = stream ? scratch : k.out + i0 * os;
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
         base(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, v);
         if (log != nullptr) {
             log(v, flat, k.gain + i0, m, out);
-            continue;
-        }
-        if (plan.flat && !kk.flat(v, flat, m)) {
+        } else if (plan.flat && !kk.flat(v, flat, m)) {
             wide(v, flat, m, k.a, k.b, out);
-            continue;
-        }
-        if (plan.stage == Stage::Threshold) kk.threshold(v, m, k.a, k.b);
-        if (plan.stage == Stage::Clip) kk.clip(v, m, k.a, k.b);
-        if (plan.accumulate) {
-            kk.accumulate[outType](v, m, out);
         } else {
-            io.store[outType](v, m, out);
+            if (plan.stage == Stage::Threshold) kk.threshold(v, m, k.a, k.b);
+            if (plan.stage == Stage::Clip) kk.clip(v, m, k.a, k.b);
+            if (plan.accumulate) {
+                kk.accumulate[outType](v, m, out);
+            } else {
+                io.store[outType](v, m, out);
+            }
         }
+        if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
     }
+    if (stream) StreamFence();
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/overlap.h"
+#include "core/stream.h"
 #include "scalar/add_subtract.h"
 #include "scalar/divide_reciprocal.h"
 #include "scalar/evaluation.h"
@@ -181,11 +182,13 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
     // Blocks read all their elements before writing any; where the destination overlaps the
     // source so that a write could change an element not yet read, elements go one at a time.
     const size_t block = BlockwiseIsSafe(dst, ds, src, ss, n) ? blocks::kBlock : 1;
+    const bool stream = Streams(n * ds, Overlaps(dst, n * ds, src, n * ss));
+    alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
     bool failed = false;
     for (size_t i0 = 0; i0 < n; i0 += block) {
         const size_t m = std::min(block, n - i0);
         const unsigned char* s = src + i0 * ss;
-        unsigned char* d = dst + i0 * ds;
+        unsigned char* d = stream ? scratch : dst + i0 * ds;
         switch (p.path) {
             case Plan::Path::Integer:
                 if (p.integer != nullptr) p.integer(s, m, w, p.ci);
@@ -211,7 +214,9 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
                 io.store[dstType](v, m, d);
                 break;
         }
+        if (stream) StreamCopy(dst + i0 * ds, scratch, m * ds);
     }
+    if (stream) StreamFence();
     return failed ? Status::ElementNotComputed : Status::Ok;
 }
 

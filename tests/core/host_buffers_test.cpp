@@ -18,6 +18,7 @@
 #include "core/element_types.h"
 #include "online/online.h"
 #include "scalar/scalar_dispatch.h"
+#include "core/stream.h"
 #include "support/elements.h"
 
 namespace {
@@ -182,6 +183,35 @@ TEST(HostBuffers, OutputsOverSourcesFollowTheElementOrder) {
                         ExpectElementOrder(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, at, s, base), start,
                                            "online");
             }
+    }
+}
+
+TEST(HostBuffers, OutputsLargerThanTheCacheAreStreamedWithTheSameBytes) {
+    // One call over an output past the streaming size, at an odd address, against the same
+    // elements in calls small enough to be written plainly. Sources: U16 images a and b, a dark
+    // frame and a flat field (the online call reads a, dark and flat; arithmetic a and b).
+    const size_t n = qm::StreamingThreshold() / sizeof(double) + 1001, parts = 4;
+    Bytes a(n * 2 + 1), b(n * 2), dark(n * 4), flat(n * 4), whole(n * 8 + 3), pieces(n * 8 + 3);
+    FillElements(a.data() + 1, qm::kU16, n, 5);
+    FillElements(b.data(), qm::kU16, n, 6);
+    FillElements(dark.data(), qm::kI32, n, 7);
+    FillElements(flat.data(), qm::kF32, n, 8);
+    const auto run = [&](const Call& call, bool online, Bytes& out, size_t first, size_t count) {
+        QmdDataStruct d = Image(out.data() + 3 + first * 8, qm::kF64, count);
+        const QmdDataStruct sa = Image(a.data() + 1 + first * 2, qm::kU16, count);
+        std::vector<QmdDataStruct> s = {sa, Image(b.data() + first * 2, qm::kU16, count)};
+        if (online) s = {sa, Image(dark.data() + first * 4, qm::kI32, count), Image(flat.data() + first * 4, qm::kF32, count), sa};
+        return call(d, s);
+    };
+    const std::pair<Call, bool> calls[] = {{Scalar(503, 0.1, 0.0), false}, {Scalar(509, 0.0, 0.0), false},
+                                           {Arith(3), false}, {Online(0x003, 1), true}};
+    for (const auto& [call, online] : calls) {
+        const qm::Status s = run(call, online, whole, 0, n);
+        for (size_t p = 0; p < parts; ++p) {
+            const size_t first = p * (n / parts), count = p + 1 < parts ? n / parts : n - first;
+            EXPECT_EQ(run(call, online, pieces, first, count), s);
+        }
+        EXPECT_TRUE(whole == pieces);
     }
 }
 

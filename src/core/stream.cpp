@@ -1,0 +1,43 @@
+#include "core/stream.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__linux__) || defined(__unix__)
+#include <unistd.h>
+#endif
+
+namespace qm {
+namespace {
+
+size_t LastLevelCache() noexcept {
+#if defined(_SC_LEVEL3_CACHE_SIZE)
+    const long l3 = sysconf(_SC_LEVEL3_CACHE_SIZE);
+    if (l3 > 0) return static_cast<size_t>(l3);
+#endif
+    return size_t{16} << 20;  // a common size where the system does not say
+}
+
+// Virtual machines often report the host's whole cache; past 32 MiB the share of one core is
+// rarely more, so the threshold is capped there.
+const size_t kThreshold = std::min(LastLevelCache(), size_t{32} << 20) / 4 * 3;
+
+}  // namespace
+
+size_t StreamingThreshold() noexcept { return kThreshold; }
+
+void StreamCopy(unsigned char* dst, const unsigned char* src, size_t n) noexcept {
+    const size_t head = std::min(n, static_cast<size_t>((16 - reinterpret_cast<uintptr_t>(dst) % 16) % 16));
+    std::memcpy(dst, src, head);
+    size_t i = head;
+    for (; i + 16 <= n; i += 16)
+        _mm_stream_si128(reinterpret_cast<__m128i*>(dst + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)));
+    std::memcpy(dst + i, src + i, n - i);
+}
+
+void StreamFence() noexcept { _mm_sfence(); }
+
+}  // namespace qm
