@@ -1,4 +1,4 @@
-// Image-to-image arithmetic on 2048 x 2048 frames: both operands read, the destination written.
+// Image-to-image arithmetic on square frames: both operands read, the destination written.
 #include <cstdint>
 
 #include "arith/arith_dispatch.h"
@@ -8,7 +8,8 @@ namespace {
 
 // Operands hold small non-zero values so every division takes the ordinary path.
 void BM_Arith(benchmark::State& state, int32_t op, int32_t operandType, int32_t dstType) {
-    qmbench::Frame a(operandType), b(operandType), dst(dstType);
+    const uint32_t side = qmbench::Side(state);
+    qmbench::Frame a(operandType, side), b(operandType, side), dst(dstType, side);
     if (operandType == qmeTypeF32) {
         a.Fill<float>([](size_t i) { return static_cast<float>(i % 1000) * 0.75f; });
         b.Fill<float>([](size_t i) { return static_cast<float>(i % 7) + 1.5f; });
@@ -27,10 +28,10 @@ void BM_Arith(benchmark::State& state, int32_t op, int32_t operandType, int32_t 
 }
 
 #define QM_ARITH_BENCH(NAME, OPERAND, DST)                                                          \
-    BENCHMARK_CAPTURE(BM_Arith, Add_##NAME, 1, OPERAND, DST)->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Sub_##NAME, 2, OPERAND, DST)->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Div_##NAME, 3, OPERAND, DST)->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Mul_##NAME, 4, OPERAND, DST)->Unit(benchmark::kMicrosecond);
+    BENCHMARK_CAPTURE(BM_Arith, Add_##NAME, 1, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
+    BENCHMARK_CAPTURE(BM_Arith, Sub_##NAME, 2, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
+    BENCHMARK_CAPTURE(BM_Arith, Div_##NAME, 3, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
+    BENCHMARK_CAPTURE(BM_Arith, Mul_##NAME, 4, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);
 
 QM_ARITH_BENCH(U16xU16toU16, qmeTypeU16, qmeTypeU16)
 QM_ARITH_BENCH(U16xU16toF32, qmeTypeU16, qmeTypeF32)

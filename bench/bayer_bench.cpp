@@ -1,4 +1,4 @@
-// Colour reconstruction of 2048 x 2048 mosaics: the interpolating member through process 2001 and
+// Colour reconstruction of square mosaics: the interpolating member through process 2001 and
 // the 2 x 2 binning through process 2000. Bytes are the mosaic read plus the colour written.
 #include "frame.h"
 
@@ -21,37 +21,40 @@ void Run(benchmark::State& state, const Instance& instance, qmbench::Frame& imag
     qmbench::SetBytes(state, bytes);
 }
 
-// Argument: 0 unshifted, 1 shifted by 4, 2 unshifted with a black level of 64 on every channel.
+// Arguments: the side, then 0 unshifted, 1 shifted by 4, 2 unshifted with a black level of 64 on
+// every channel.
 template <int32_t Type> void BM_BayerInterpolate(benchmark::State& state) {
-    const bool shifted = state.range(0) == 1;
-    qmbench::Frame mosaic(Type), image(qmeTypeRgb24);
+    const uint32_t side = qmbench::Side(state);
+    const bool shifted = state.range(1) == 1;
+    qmbench::Frame mosaic(Type, side), image(qmeTypeRgb24, side);
     Instance instance;
     MathSetProcess(instance.handle, qmeProcessBayerInterpolate, 1);
     MathSetConstant(instance.handle, qmeProcessBayerInterpolate, shifted ? 4.0 : 0.0);
     for (int32_t code : {qmeConstBayerGainRed, qmeConstBayerGainGreen, qmeConstBayerGainBlue})
         MathSetConstant(instance.handle, code, 0.9);
-    if (state.range(0) == 2)
+    if (state.range(1) == 2)
         for (int32_t code : {qmeConstBayerOffsetRed, qmeConstBayerOffsetGreen, qmeConstBayerOffsetBlue})
             MathSetConstant(instance.handle, code, 64.0);
     MathSetConstant(instance.handle, qmeConstBayerPhase, 2.0);
     MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
-    const int64_t pixels = int64_t{qmbench::kSide} * (qmbench::kSide - 1);
+    const int64_t pixels = int64_t{side} * (side - 1);
     Run(state, instance, image, pixels, mosaic.bytes() + static_cast<size_t>(pixels) * 3);
 }
-BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerInterpolate<qmeTypeU16>)->ArgsProduct({{2048, 4096}, {0, 1, 2}})->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerInterpolate<qmeTypeU8>)->ArgsProduct({{2048, 4096}, {0, 1, 2}})->Unit(benchmark::kMicrosecond);
 
 template <int32_t Type> void BM_BayerSimple(benchmark::State& state) {
-    qmbench::Frame mosaic(Type), image(qmeTypeRgb24, qmbench::kSide / 2, qmbench::kSide / 2);
+    const uint32_t side = qmbench::Side(state);
+    qmbench::Frame mosaic(Type, side), image(qmeTypeRgb24, side / 2);
     Instance instance;
     MathSetProcess(instance.handle, qmeProcessBayerSimple, 1);
     MathSetConstant(instance.handle, qmeProcessBayerSimple, 4.0);
     MathSetData(instance.handle, qmeDataOperand1, mosaic.desc());
-    // Output rows 0 to 1022 bin source rows 0 to 2045.
-    const int64_t pixels = int64_t{qmbench::kSide / 2} * (qmbench::kSide / 2 - 1);
+    // Output rows 0 to side / 2 - 2 bin source rows 0 to side - 3.
+    const int64_t pixels = int64_t{side / 2} * (side / 2 - 1);
     Run(state, instance, image, pixels, static_cast<size_t>(pixels) * (4 * 2 + 3));
 }
 // The binning reads 16-bit samples whatever the descriptor's type says.
-BENCHMARK(BM_BayerSimple<qmeTypeU16>)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BayerSimple<qmeTypeU16>) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);
 
 }  // namespace

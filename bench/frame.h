@@ -1,4 +1,6 @@
-// Frames for the benchmarks: 2048 x 2048 images of any element type, filled with a pattern.
+// Frames for the benchmarks: square images of any element type, filled with a pattern. Every
+// benchmark runs at two sides: 2048 (the frames fit the last-level cache) and 4096 (they do not),
+// its first argument, read back with Side(state).
 #pragma once
 
 #include <cstddef>
@@ -14,17 +16,21 @@
 
 namespace qmbench {
 
-inline constexpr uint32_t kSide = 2048;
+inline uint32_t Side(const benchmark::State& state) { return static_cast<uint32_t>(state.range(0)); }
+
+// The frame sides every benchmark runs at.
+#define QM_BENCH_SIDES ->Arg(2048)->Arg(4096)
 
 // A 64-byte aligned image with its descriptor.
 class Frame {
 public:
-    Frame(int32_t type, uint32_t width = kSide, uint32_t height = kSide)
+    Frame(int32_t type, uint32_t width, uint32_t height)
         : bytes_(static_cast<size_t>(width) * height * qm::ElementSize(type)),
           data_(static_cast<unsigned char*>(::operator new[](bytes_, std::align_val_t{64}))) {
         desc_ = QmdDataStruct{data_, width, height, type, 1, {}};
         for (size_t i = 0; i < bytes_; ++i) data_[i] = static_cast<unsigned char>((i * 2654435761u) >> 13);
     }
+    Frame(int32_t type, uint32_t side) : Frame(type, side, side) {}
     ~Frame() { ::operator delete[](data_, std::align_val_t{64}); }
     Frame(const Frame&) = delete;
     Frame& operator=(const Frame&) = delete;

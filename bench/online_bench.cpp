@@ -1,4 +1,4 @@
-// Online kernels on a 2048 x 2048 frame: bytes read (source and every reference used, the output
+// Online kernels on a square frame: bytes read (source and every reference used, the output
 // too when accumulating) plus bytes written, per frame.
 #include <vector>
 
@@ -10,7 +10,8 @@ namespace {
 using qmbench::Frame;
 
 void RunOnline(benchmark::State& state, int32_t srcType, int32_t outType, uint32_t options, uint32_t frameNumber) {
-    Frame src(srcType), dark(qmeTypeI32), flat(qmeTypeF32), gain(qmeTypeF32), out(outType);
+    const uint32_t side = qmbench::Side(state);
+    Frame src(srcType, side), dark(qmeTypeI32, side), flat(qmeTypeF32, side), gain(qmeTypeF32, side), out(outType, side);
     dark.Fill<int32_t>([](size_t i) { return static_cast<int32_t>(i % 97); });
     flat.Fill<float>([](size_t i) { return 0.75f + static_cast<float>(i % 13) / 32.0f; });
     gain.Fill<float>([](size_t i) { return 1.0f + static_cast<float>(i % 7); });
@@ -49,7 +50,7 @@ constexpr uint32_t D = qm::kOnlineDarkSubtract, F = qm::kOnlineFlatField, A = qm
 
 #define ONLINE_BENCH(name, src, out, options, frame)                                                 \
     void BM_Online_##name(benchmark::State& state) { RunOnline(state, src, out, options, frame); } \
-    BENCHMARK(BM_Online_##name)->Unit(benchmark::kMicrosecond)
+    BENCHMARK(BM_Online_##name) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond)
 
 #define ONLINE_MODES(name, out, options)                      \
     ONLINE_BENCH(name##_Write, qmeTypeU16, out, options, 1); \

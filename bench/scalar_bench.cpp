@@ -1,4 +1,4 @@
-// Scalar operations on a 2048 x 2048 frame, in bytes read plus bytes written per second.
+// Scalar operations on a square frame, in bytes read plus bytes written per second.
 #include <cstring>
 
 #include "frame.h"
@@ -7,7 +7,8 @@
 namespace {
 
 void Scalar(benchmark::State& state, int32_t op, double a, int32_t srcType, int32_t dstType) {
-    qmbench::Frame src(srcType), dst(dstType);
+    const uint32_t side = qmbench::Side(state);
+    qmbench::Frame src(srcType, side), dst(dstType, side);
     if (srcType == qmeTypeF32) src.Fill<float>([](size_t i) { return static_cast<float>(i % 4093) * 0.37f + 1.0f; });
     if (srcType == qmeTypeF64) src.Fill<double>([](size_t i) { return static_cast<double>(i % 4093) * 0.37 + 1.0; });
     for (auto _ : state) {
@@ -19,7 +20,7 @@ void Scalar(benchmark::State& state, int32_t op, double a, int32_t srcType, int3
 
 constexpr int32_t kU8 = qmeTypeU8, kU16 = qmeTypeU16, kI32 = qmeTypeI32, kF32 = qmeTypeF32, kF64 = qmeTypeF64;
 
-#define QM_SCALAR_BENCH(NAME, ...) BENCHMARK_CAPTURE(Scalar, NAME, __VA_ARGS__)->Unit(benchmark::kMicrosecond)
+#define QM_SCALAR_BENCH(NAME, ...) BENCHMARK_CAPTURE(Scalar, NAME, __VA_ARGS__) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond)
 
 // Each operation family from U16 into U16, F32 and F64.
 QM_SCALAR_BENCH(Clip_U16_U16, 256, 100.0, kU16, kU16);
