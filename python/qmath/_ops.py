@@ -70,6 +70,8 @@ def _instance(lib):
 def _constant(value, name):
     if isinstance(value, np.ndarray) and value.ndim > 0:
         raise TypeError(f"{name} must be a number, not an array (for two arrays use the *_images functions)")
+    if isinstance(value, (str, bytes)):
+        raise TypeError(f"{name} must be a real number, not {type(value).__name__}")
     try:
         return float(value)
     except (TypeError, ValueError):
