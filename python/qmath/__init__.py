@@ -26,6 +26,10 @@ from ._arrays import describe
 
 __version__ = "3.0.10.0"
 
+for _public in (Identity, Online, QmathError, QmathWarning, QmdDataStruct):
+    _public.__module__ = __name__  # shown as qmath.QmathError, not by the private module
+del _public
+
 __all__ = [
     "DTYPES", "STATUS", "Identity", "Online", "QmathError", "QmathWarning", "QmdDataStruct", "add",
     "add_images", "band", "bayer_bin", "bayer_interpolate", "clip", "convert", "describe", "divide",

@@ -107,3 +107,26 @@ def test_two_dimensional_and_uint32_read_signed():
     x = np.array([[0xFFFFFFFF, 1], [0x80000000, 5]], np.uint32)
     np.testing.assert_array_equal(qmath.convert(x, np.float64), [[-1.0, 1.0], [-2.0**31, 5.0]])
     np.testing.assert_array_equal(qmath.convert(x), x)
+
+
+def test_threads_use_instances_of_their_own(rng):
+    import threading
+
+    x = [rng.integers(0, 60000, 5000).astype(np.uint16) for _ in range(4)]
+    results, errors = {}, []
+
+    def work(k):
+        try:
+            for _ in range(50):
+                results[k] = qmath.add(x[k], k, np.uint32)
+        except Exception as e:  # pragma: no cover - reported below
+            errors.append(e)
+
+    threads = [threading.Thread(target=work, args=(k,)) for k in range(4)]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    assert not errors
+    for k in range(4):
+        np.testing.assert_array_equal(results[k], x[k].astype(np.uint32) + k)
