@@ -140,13 +140,16 @@ TEST(OnlineOrientation, StepsRewriteTheSourceInPlaceAndKeepItsShape) {
     for (const OrientCase& c : cases) EXPECT_EQ(Orient(c), c.expected) << c.what;
 }
 
-// Frames larger than the tiles the transposition moves, square (transposed in place) and not
-// (through the temporary), with partial tiles at the edges; byte frames square only.
+// Frames larger than the square tiles the transposition moves (128 bytes of cells a side, 64 for
+// bytes), square (transposed in place) and not (through the temporary): sides of k tiles and one
+// cell, so that the last tile of a row or column holds a single cell; byte frames square only.
 TEST(OnlineOrientation, TranspositionOfFramesSpanningSeveralTiles) {
-    const uint32_t shapes[][2] = {{150, 150}, {150, 67}, {67, 150}, {1, 200}, {200, 1}, {64, 64}};
     for (int type : {7, 3, 6}) {
-        for (const auto& shape : shapes) {
-            const uint32_t w = shape[0], h = shape[1];
+        const uint32_t t = type == 3 ? 32 : 64, side[] = {1, t - 1, t + 1, 2 * t + 1, 3 * t + 1};
+        std::vector<std::pair<uint32_t, uint32_t>> shapes = {{150, 67}, {t, t}};
+        for (uint32_t w : side)
+            for (uint32_t h : side) shapes.push_back({w, h});
+        for (const auto& [w, h] : shapes) {
             if (type == 6 && w != h) continue;  // byte frames that are not square map otherwise
             OrientCase c{"transpose", type, w, h, kTranspose, {}, {}};
             const uint32_t mask = type == 6 ? 0xFF : type == 7 ? 0xFFFF : 0xFFFFFFFF;

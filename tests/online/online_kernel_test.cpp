@@ -1,17 +1,17 @@
 // Every online kernel against the reference model: each source type, output type, dark and flat
 // on or off, final stage and mode, on boundary and random pixels, under every instruction set.
+#include <gmpxx.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
 
-#include "core/cpu.h"
-#include "support/elements.h"
-#include "online/exact_value.h"
 #include "online/online.h"
 #include "online_model.h"
+#include "support/isa.h"
 
 namespace {
 
@@ -32,11 +32,14 @@ struct Frames {
 // the general rule.
 Frames MakeFrames(int srcType, bool camera) {
     static const std::vector<uint32_t> kEdges[5] = {
-        {}, {0, 1, 100, 128, 200, 255}, {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
+        {},
+        {0, 1, 100, 128, 200, 255},
+        {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
         {0x000000, 0xFFFFFF, 0x1F140A, 0x646464, 0xC8C8C8, 0x010000},
         {0, 1, 5, 1000, 70000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFFE, 0x40000001}};
     static const int32_t kDark[] = {0, 0, INT32_MIN, INT32_MAX, -1};
-    static const float kFlat[] = {1.0f, 0.5f, 0.0f, 2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f, 1e-38f, 3e38f, INFINITY, NAN, -1.5f, 0.333333343f};
+    static const float kFlat[] = {1.0f,   0.5f,  0.0f,     2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f,
+                                  1e-38f, 3e38f, INFINITY, NAN,  -1.5f,           0.333333343f};
     static const float kGain[] = {1.0f, 0.5f, 2.0f, 0.0f, -1.0f, 10.0f};
     std::mt19937 rng(srcType * 7919u + camera);
     const int bytes = srcType == 6 ? 1 : srcType == 15 ? 3 : srcType == 8 || srcType == 3 ? 4 : 2;
@@ -44,9 +47,12 @@ Frames MakeFrames(int srcType, bool camera) {
     f.src.resize(f.n * 4);
     for (size_t i = 0; i < f.n; ++i) {
         uint32_t v = rng();
-        if (camera) v &= bytes == 1 ? 0xFF : bytes == 3 ? 0xFFFFFF : 0xFFFF;
-        else if (i < kEdges[bytes].size()) v = kEdges[bytes][i];
-        else if (bytes == 4 && i % 3 == 0) v &= 0xFFFF;
+        if (camera)
+            v &= bytes == 1 ? 0xFF : bytes == 3 ? 0xFFFFFF : 0xFFFF;
+        else if (i < kEdges[bytes].size())
+            v = kEdges[bytes][i];
+        else if (bytes == 4 && i % 3 == 0)
+            v &= 0xFFFF;
         std::memcpy(&f.src[i * bytes], &v, bytes);
         const int64_t taken = bytes == 4 ? v : v & 0xFFFF;
         if (camera) {
@@ -56,9 +62,13 @@ Frames MakeFrames(int srcType, bool camera) {
             continue;
         }
         const size_t d = i % 7;
-        f.dark.push_back(d == 1 ? static_cast<int32_t>(taken + 200) : d == 5 ? static_cast<int32_t>(rng() % 2000) - 1000 : d == 6 ? static_cast<int32_t>(rng()) : kDark[d]);
+        f.dark.push_back(d == 1   ? static_cast<int32_t>(taken + 200)
+                         : d == 5 ? static_cast<int32_t>(rng() % 2000) - 1000
+                         : d == 6 ? static_cast<int32_t>(rng())
+                                  : kDark[d]);
         f.flat.push_back(i % 2 == 0 && i / 2 < std::size(kFlat) ? kFlat[i / 2]
-                         : i % 3 == 0 ? 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f : static_cast<float>(rng() % 40000) / 10000.0f);
+                         : i % 3 == 0                           ? 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f
+                                                                : static_cast<float>(rng() % 40000) / 10000.0f);
         f.gain.push_back(i < std::size(kGain) ? kGain[i] : static_cast<float>(rng() % 100000 + 1) / 997.0f);
         if (i == 8) f.tie = static_cast<double>(taken) * static_cast<double>(f.flat[8]);
     }
@@ -86,116 +96,137 @@ bool Same(const unsigned char* x, const unsigned char* y, int type) {
     return type == 5 && (std::memcpy(&d[0], x, 8), std::memcpy(&d[1], y, 8), std::isnan(d[0]) && std::isnan(d[1]));
 }
 
-TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
+// One source type under one instruction set: every output type, option combination and mode.
+class OnlineModel : public testing::TestWithParam<qmtest::IsaAndType> {};
+
+TEST_P(OnlineModel, EveryKernelMatchesTheReferenceModel) {
+    const int srcType = GetParam().type;
+    qmtest::ScopedIsa use(GetParam().isa);
     int checked = 0;
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
-        for (bool camera : {false, true}) {
-            for (int srcType : {7, 2, 11, 8, 3, 6, 15}) {
-                Frames f = MakeFrames(srcType, camera);
-                const std::vector<unsigned char> original = f.src;
-                const uint32_t n = static_cast<uint32_t>(f.n);
-                QmdDataStruct src{f.src.data(), n, 1, srcType, 1, {}}, dark{f.dark.data(), n, 1, 3, 1, {}},
-                    flat{f.flat.data(), n, 1, 4, 1, {}}, gain{f.gain.data(), n, 1, 4, 1, {}};
-                // A bound equal to the rounded value of one pixel: its exact rest decides. Camera
-                // frames: bounds inside the values, and bounds that store outside int32.
-                const std::vector<std::pair<double, double>> bounds =
-                    camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
-                           : std::vector<std::pair<double, double>>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
-                for (int outType = 1; outType <= 8; ++outType) {
-                    const int size = onlinemodel::kSize[outType];
-                    std::mt19937 rng(outType * 31 + srcType);
-                    std::vector<unsigned char> old(f.n * size), one(8);
-                    for (size_t i = 0; i < f.n; ++i) {  // old floats finite and ordinary
-                        const double d = static_cast<double>(rng() % 100000) - 50000.0;
-                        const float x = static_cast<float>(d);
-                        const uint32_t bits = static_cast<uint32_t>(rng());
-                        std::memcpy(&old[i * size], outType == 4 ? static_cast<const void*>(&x) : outType == 5 ? static_cast<const void*>(&d) : &bits, size);
+    for (bool camera : {false, true}) {
+        Frames f = MakeFrames(srcType, camera);
+        const std::vector<unsigned char> original = f.src;
+        const uint32_t n = static_cast<uint32_t>(f.n);
+        QmdDataStruct src{f.src.data(), n, 1, srcType, 1, {}}, dark{f.dark.data(), n, 1, 3, 1, {}},
+            flat{f.flat.data(), n, 1, 4, 1, {}}, gain{f.gain.data(), n, 1, 4, 1, {}};
+        // A bound equal to the rounded value of one pixel: its exact rest decides. Camera
+        // frames: bounds inside the values, and bounds that store outside int32.
+        const std::vector<std::pair<double, double>> bounds =
+            camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
+                   : std::vector<std::pair<double, double>>{
+                         {100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
+        for (int outType = 1; outType <= 8; ++outType) {
+            const int size = onlinemodel::kSize[outType];
+            std::mt19937 rng(outType * 31 + srcType);
+            std::vector<unsigned char> old(f.n * size), one(8);
+            for (size_t i = 0; i < f.n; ++i) {  // old floats finite and ordinary
+                const double d = static_cast<double>(rng() % 100000) - 50000.0;
+                const float x = static_cast<float>(d);
+                const uint32_t bits = static_cast<uint32_t>(rng());
+                std::memcpy(&old[i * size],
+                            outType == 4   ? static_cast<const void*>(&x)
+                            : outType == 5 ? static_cast<const void*>(&d)
+                                           : &bits,
+                            size);
+            }
+            for (int combo = 0; combo < 48;
+                 ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
+                const int mode = combo >> 4;
+                const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2,
+                                             static_cast<Final>((combo >> 2) & 3)};
+                const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
+                qm::OnlineFrame frame;
+                frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
+                                (mode > 0 ? qm::kOnlineAccumulate : 0u) | stageBit[(combo >> 2) & 3];
+                const bool bounded = o.final == Final::Threshold || o.final == Final::Clip;
+                for (size_t bi = 0; bi < (bounded ? bounds.size() : 1); ++bi) {
+                    std::tie(frame.a, frame.b) = bounds[bi];
+                    std::vector<unsigned char> expected = old, out = old;
+                    for (size_t i = 0; i < f.n; ++i) {
+                        onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(),
+                                                f.flat.data(), f.gain.data(), frame.a, frame.b, o);
+                        if (o.accumulate)
+                            onlinemodel::Accumulate(&expected[i * size], outType, one.data());
+                        else
+                            std::memcpy(&expected[i * size], one.data(), size);
                     }
-                    for (int combo = 0; combo < 48; ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
-                        const int mode = combo >> 4;
-                        const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2, static_cast<Final>((combo >> 2) & 3)};
-                        const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
-                        qm::OnlineFrame frame;
-                        frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
-                                        (mode > 0 ? qm::kOnlineAccumulate : 0u) | stageBit[(combo >> 2) & 3];
-                        const bool bounded = o.final == Final::Threshold || o.final == Final::Clip;
-                        for (size_t bi = 0; bi < (bounded ? bounds.size() : 1); ++bi) {
-                            std::tie(frame.a, frame.b) = bounds[bi];
-                            std::vector<unsigned char> expected = old, out = old;
-                            for (size_t i = 0; i < f.n; ++i) {
-                                onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(), f.flat.data(), f.gain.data(), frame.a, frame.b, o);
-                                if (o.accumulate) onlinemodel::Accumulate(&expected[i * size], outType, one.data());
-                                else std::memcpy(&expected[i * size], one.data(), size);
-                            }
-                            QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
-                            frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain, frame.output = &output;
-                            frame.frameCount = 5;
-                            frame.frameNumber = mode == 2 ? 2 : 1;
-                            ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
-                            for (size_t i = 0; i < f.n; ++i)
-                                ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
-                                    << "isa " << int(isa) << " src " << srcType << " out " << outType << " options 0x" << std::hex
-                                    << frame.options << std::dec << " frame " << frame.frameNumber << " bounds " << bi << " pixel " << i;
+                    QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
+                    frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain,
+                    frame.output = &output;
+                    frame.frameCount = 5;
+                    frame.frameNumber = mode == 2 ? 2 : 1;
+                    ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
+                    for (size_t i = 0; i < f.n; ++i)
+                        ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
+                            << "out " << outType << " options 0x" << std::hex << frame.options << std::dec << " frame "
+                            << frame.frameNumber << " bounds " << bi << " pixel " << i;
+                    ++checked;
+                }
+            }
+        }
+        EXPECT_EQ(f.src, original) << "no orientation option: the source stays as it was";
+    }
+    EXPECT_GT(checked, 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OnlineModel, testing::ValuesIn(qmtest::EveryIsaWith({7, 2, 11, 8, 3, 6, 15})),
+                         qmtest::ParamName);
+
+// Corrected values (s - d) x f one unit off a float midpoint, with 30 to 32 significant bits in
+// s - d (a double then holds the midpoint, not the value): each frame's largest value decides how
+// its block is evaluated, and the F32 output must hold the exact value rounded once, written or
+// accumulated onto 0.
+TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
+    const struct {
+        int srcType;
+        bool dark;
+        int maxBits;
+    } cases[] = {{7, true, 31}, {2, true, 31}, {8, false, 32}, {8, true, 31}, {3, true, 31}};
+    int checked = 0;
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        for (const auto& c : cases)
+            for (int bits = 30; bits <= c.maxBits; ++bits)
+                for (int r : {1, -1})
+                    for (int64_t sign : {1, -1}) {
+                        if (!c.dark && sign < 0) continue;  // a flat-only value is the unsigned pixel
+                        uint64_t m = 0xFFFFFF, v = 0;  // the factor's significand, then s - d
+                        while ((v = qmtest::MidpointPartner(m, bits, r)) == 0) m -= 2;
+                        const int64_t value = sign * static_cast<int64_t>(v);
+                        const float f = std::ldexp(static_cast<float>(m), -23);
+                        // 16-bit pixels: s = 5 and the dark makes up the value; 32-bit: the dark is -3.
+                        const size_t size = c.srcType == 8 || c.srcType == 3 ? 4 : 2;
+                        const auto wide = static_cast<uint32_t>(value);
+                        const int32_t d = !c.dark ? 0 : size == 2 ? static_cast<int32_t>(5u - wide) : -3;
+                        const uint32_t s = size == 2 ? 5u : wide + static_cast<uint32_t>(d);
+                        std::vector<int32_t> dark = {d, 0, 0};
+                        std::vector<float> flat = {f, 0.5f, f}, out(3);
+                        std::vector<unsigned char> src(12), original;
+                        for (size_t i = 0; i < 3; ++i) {
+                            const uint32_t pixel = i == 0 ? s : 7 * static_cast<uint32_t>(i);
+                            std::memcpy(&src[i * size], &pixel, size);
+                        }
+                        original = src;
+                        QmdDataStruct srcD{src.data(), 3, 1, c.srcType, 1, {}}, darkD{dark.data(), 3, 1, 3, 1, {}},
+                            flatD{flat.data(), 3, 1, 4, 1, {}}, outD{out.data(), 3, 1, 4, 1, {}};
+                        const onlinemodel::Options o{c.dark, true, false, Final::None};
+                        float want = 0;
+                        onlinemodel::ModelPixel(reinterpret_cast<unsigned char*>(&want), 4, original.data(), c.srcType,
+                                                0, dark.data(), flat.data(), nullptr, 0, 0, o);
+                        ASSERT_EQ(want, qmtest::RoundToNearestEven<float>(mpq_class(static_cast<long>(value)) * f));
+                        ASSERT_NE(want, static_cast<float>(static_cast<double>(value) * f)) << value << " x " << f;
+                        for (uint32_t frameNumber : {1u, 2u}) {  // write, then accumulate onto 0
+                            std::fill(out.begin(), out.end(), 0.0f);
+                            qm::OnlineFrame frame{(c.dark ? qm::kOnlineDarkSubtract : 0u) | qm::kOnlineFlatField |
+                                                      (frameNumber == 2 ? qm::kOnlineAccumulate : 0u),
+                                                  &srcD, nullptr, &darkD, &flatD, &outD, 0, 0, 5, frameNumber, 0};
+                            ASSERT_EQ(RunPipeline(frame, c.srcType), qm::Status::Ok);
+                            EXPECT_EQ(out[0], want) << "source " << c.srcType << " value " << value << " x " << f
+                                                    << " frame " << frameNumber;
                             ++checked;
                         }
                     }
-                }
-                EXPECT_EQ(f.src, original) << "no orientation option: the source stays as it was";
-            }
-        }
-    }
-    EXPECT_GT(checked, 1000);
-}
-
-// The model's own rules against pixels worked out by hand: 16-bit and most 32-bit reads are
-// unsigned, the plain copy of type 3 and the exact dark-and-flat difference signed; the colour mean
-// truncates; clip with A above B; threshold is strict; exact powers of ten.
-TEST(OnlineKernels, ModelAgreesWithPixelsWorkedByHand) {
-    using F = Final;
-    const struct { int srcType; uint32_t src; int32_t dark; float flat, gain; onlinemodel::Options o; double a, b; int outType; double expected; } cases[] = {
-        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 7, 65336},
-        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 4, -200},
-        {7, 101, 0, 0.5f, 1, {.flat = true}, 0, 0, 7, 50},
-        {7, 1000, 0, 1, 1e6f, {.final = F::Log}, 0, 0, 5, 9},
-        {7, 0, 0, 1, 1, {.final = F::Log}, 0, 0, 4, -INFINITY},
-        {7, 100, 0, 1, 1, {.final = F::Threshold}, 100, 0, 7, 0},
-        {7, 150, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 100},
-        {7, 100, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 200},
-        {2, 0xFFFF, 0, 1, 1, {}, 0, 0, 5, 65535},
-        {3, 0xFFFFFFFF, 0, 1, 1, {.flat = true}, 0, 0, 5, 4294967295.0},
-        {3, 0xFFFFFFFF, 0, 1, 1, {}, 0, 0, 5, -1},
-        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true}, 0, 0, 5, 2147483648.0},
-        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true, .final = F::Clip}, -1e300, 1e300, 5, -2147483648.0},
-        {15, 0x1F140A, 0, 1, 1, {}, 0, 0, 7, 20},
-    };
-    for (const auto& c : cases) {
-        unsigned char out[8] = {};
-        onlinemodel::ModelPixel(out, c.outType, reinterpret_cast<const unsigned char*>(&c.src), c.srcType, 0, &c.dark, &c.flat, &c.gain, c.a, c.b, c.o);
-        double d;
-        float f;
-        uint16_t u;
-        std::memcpy(&d, out, 8), std::memcpy(&f, out, 4), std::memcpy(&u, out, 2);
-        EXPECT_EQ(c.outType == 5 ? d : c.outType == 4 ? f : u, c.expected) << "source " << c.srcType << " pixel " << c.src;
-    }
-}
-
-// Stores of exact values random pixels almost never reach: a double exactly between two floats
-// with a rest on either side, an integral double with a rest below it, the ends of the 64-bit range.
-TEST(OnlineKernels, ExactValuesAreStoredWithOneRounding) {
-    const double mid = 1.0 + 0x1p-24;  // halfway between the floats 1 and 1 + 2^-23
-    const qm::ExactValue cases[] = {
-        {mid, 0x1p-60}, {mid, -0x1p-60}, {-mid, 0x1p-60}, {-mid, -0x1p-60}, {mid, 0.0}, {0x1p30 + 64.0, 0x1p-30},
-        {0x1p30 + 64.0, -0x1p-30}, {7.0, -0x1p-52}, {-7.0, 0x1p-52}, {7.0, 0x1p-52}, {1.0, -0x1p-54}, {-1.0, 0x1p-54},
-        {0x1p60, -3.5}, {0x1p60, 2.0}, {-0x1p60, 3.5}, {0x1p63, -512.0}, {0x1p63, -0.5}, {0x1p63, 0.5}, {-0x1p63, -0.5},
-        {-0x1p63, 1.0}, {-0x1p63, -1024.0}, {0x1p64, -1024.0}, {3.5, 0.0}, {-3.5, 0.0}, {0.0, 0.0},
-    };
-    for (const qm::ExactValue& v : cases) {
-        const mpq_class x = onlinemodel::Q(v.hi) + onlinemodel::Q(v.lo);
-        EXPECT_EQ(qm::StoreExact<float>(v), onlinemodel::RoundNearest<float>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::StoreExact<double>(v), onlinemodel::RoundNearest<double>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::TruncateExact(v), qmtest::TruncateTowardZero(x)) << v.hi << " + " << v.lo;
-    }
+    });
+    EXPECT_GT(checked, 100);
 }
 
 }  // namespace
