@@ -143,7 +143,8 @@ TEST_P(ArithModel, EveryOperandAndDestinationTypeMatchesTheModel) {
                     ASSERT_TRUE(Check(op, td, t1, a, t2, b, place));
                 }
                 for (size_t i = 0; op == 3 && i < a.size() / s1; ++i)
-                    ASSERT_TRUE(Check(op, td, t1, Bytes(&a[i * s1], &a[i * s1] + s1), t2, Bytes(&b[i * s2], &b[i * s2] + s2), 0));
+                    ASSERT_TRUE(Check(op, td, t1, Bytes(&a[i * s1], &a[i * s1] + s1), t2,
+                                      Bytes(&b[i * s2], &b[i * s2] + s2), 0));
             }
     }
 }

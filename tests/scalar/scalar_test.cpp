@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -90,16 +91,16 @@ using qmtest::Bytes;
 using qmtest::Value;
 
 
-// The boundary elements, then random ones: integers of every magnitude and raw bit patterns.
-Bytes MakeSource(int32_t type, std::mt19937_64& rng) {
-    const size_t size = qm::ElementSize(type), n = std::size(kElements) + 24;
+// The given elements, then `random` random ones: integers of every magnitude and raw bit patterns.
+Bytes MakeSource(int32_t type, const std::vector<double>& given, size_t random, std::mt19937_64& rng) {
+    const size_t size = qm::ElementSize(type), n = given.size() + random;
     Bytes s(n * size);
     for (size_t i = 0; i < n; ++i) {
         const uint64_t bits = rng();
-        const double v = i < std::size(kElements) ? kElements[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
+        const double v = i < given.size() ? given[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
         const float f = static_cast<float>(v);
         const int64_t w = std::isfinite(v) && std::fabs(v) < 0x1p63 ? static_cast<int64_t>(v) : 0;
-        const void* from = i >= std::size(kElements) && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
+        const void* from = i >= given.size() && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
         std::memcpy(&s[i * size], from, size);
     }
     return s;
@@ -148,16 +149,18 @@ class ScalarModel : public testing::TestWithParam<qmtest::IsaAndType> {};
 TEST_P(ScalarModel, EveryDestinationAndOperationMatchesTheModel) {
     const int32_t src = GetParam().type;
     std::mt19937_64 rng(2024 + src);
-    const Bytes all = MakeSource(src, rng);
+    const Bytes all = MakeSource(src, {std::begin(kElements), std::end(kElements)}, 24, rng);
     qmtest::ScopedIsa use(GetParam().isa);
     int failures = 0;
     for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
         for (const int32_t op : {256, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509})
             for (size_t k = 0; k < (op <= 504 ? std::size(kConstants) : 1); ++k)
                 for (int inPlace = 0; inPlace <= (qm::ElementSize(src) == qm::ElementSize(dst)); ++inPlace)
-                    failures += !Check(src, all, dst, inPlace, op, kConstants[k], kConstants[(k + 5) % std::size(kConstants)]);
+                    failures +=
+                        !Check(src, all, dst, inPlace, op, kConstants[k], kConstants[(k + 5) % std::size(kConstants)]);
         for (size_t i = 0, size = qm::ElementSize(src); i < all.size(); i += size)
-            for (const int32_t op : {505, 506, 507}) failures += !Check(src, Bytes(&all[i], &all[i] + size), dst, false, op, 0, 0);
+            for (const int32_t op : {505, 506, 507})
+                failures += !Check(src, Bytes(&all[i], &all[i] + size), dst, false, op, 0, 0);
     }
     EXPECT_EQ(failures, 0);
 }
@@ -171,35 +174,23 @@ INSTANTIATE_TEST_SUITE_P(Each, ScalarModel, testing::ValuesIn(qmtest::EveryIsaWi
 // stores, integral addends up to 2^52. The constants and elements below sit on either side of
 // each of these bounds, so that a bound one bit too generous stores a different element.
 
-// Significant bits of a source element: integers as the engine reads them, floats' significands.
-int SourceBits(int32_t type) {
-    constexpr int kBits[] = {0, 7, 15, 31, 24, 53, 8, 16, 31};
-    return kBits[type];
-}
-
-struct Edges {
-    std::vector<double> elements, constants;
-};
-
-// Elements: the type's extremes, all significant bits set, and the partners of the midpoint
-// products. Constants: k significant bits (all set, or random) for every k around a bound, at
-// magnitudes that put products, quotients and sums around 2^28, 2^30, 2^31, 2^52 and 2^53.
-Edges MakeEdges(int32_t type) {
-    const int w = SourceBits(type);
+// Elements (first): the type's extremes, all significant bits set, and the partners of the
+// midpoint products. Constants (second): k significant bits (all set, or random) for every k
+// around a bound, at magnitudes that put products, quotients and sums around 2^28, 2^30, 2^31,
+// 2^52 and 2^53.
+std::pair<std::vector<double>, std::vector<double>> MakeEdges(int32_t type) {
+    const int w = std::array{0, 7, 15, 31, 24, 53, 8, 16, 31}[type];  // significant bits of an element
     const bool isFloat = type == qm::kF32 || type == qm::kF64;
     std::mt19937_64 rng(type);
-    Edges e;
-    auto& x = e.elements;
-    auto& a = e.constants;
+    std::vector<double> x, a;
     const double ones = std::ldexp(1, w) - 1;  // every bit set
     if (isFloat) {
         for (int exp : {0, 22, 23, 29, 30, 31, 52, 53, 127, 1023, -126, -1022})
             for (double sign : {1, -1}) x.push_back(sign * std::ldexp(ones, exp - w + 1));
         x.insert(x.end(), {0, 1, std::ldexp(1, -1074), 1 + 0x1p-23, -1 - 0x1p-52, 3.4028234663852886e38});
     } else {
-        const bool isSigned = type != qm::kU8 && type != qm::kU16;
         x.insert(x.end(), {0, 1, ones, ones - 1, std::ldexp(1, w - 1) + 1, std::ldexp(1, w - 1)});
-        if (isSigned) x.insert(x.end(), {-1, -ones, -ones - 1, -std::ldexp(1, w - 1) - 1});
+        if (type != qm::kU8 && type != qm::kU16) x.insert(x.end(), {-1, -ones, -ones - 1, -std::ldexp(1, w - 1) - 1});
     }
     // Products of 54 and 55 bits one unit off a float midpoint; the smaller factor is fixed.
     for (int k = 54 - w; k <= 55 - w && w < 53; ++k)
@@ -207,10 +198,9 @@ Edges MakeEdges(int32_t type) {
             for (uint64_t fixed = (uint64_t{1} << std::min(w, k)) - 1; BitLength(fixed) == std::min(w, k); fixed -= 2) {
                 const uint64_t other = MidpointPartner(fixed, std::max(w, k), r);
                 if (other == 0) continue;
-                const double element = static_cast<double>(w <= k ? fixed : other);
+                const double element = std::ldexp(static_cast<double>(w <= k ? fixed : other), isFloat ? 1 - w : 0);
                 const double m = static_cast<double>(w <= k ? other : fixed);
-                const double scale = std::ldexp(1, isFloat ? 1 - w : 0);  // floats: the element in [1, 2)
-                x.insert(x.end(), {element * scale, -element * scale});
+                x.insert(x.end(), {element, -element});  // floats: in [1, 2)
                 a.insert(a.end(), {m, -m, std::ldexp(m, 1 - k), std::ldexp(-m, -1)});
                 break;
             }
@@ -221,7 +211,7 @@ Edges MakeEdges(int32_t type) {
             for (uint64_t m : {all, random})
                 for (double sign : {1, -1}) a.push_back(sign * std::ldexp(static_cast<double>(m), exp - k));
     }
-    // Addends whose sum with the largest element straddles 2^(52 + low) .. 2^(54 + low), low being
+    // Addends whose sum with the largest element straddles 2^(52 + low) to 2^(54 + low), low being
     // the addend's lowest set bit.
     for (int low : {0, -1, -24, w - 53})
         for (int top = 52; top <= 54 && !isFloat; ++top)
@@ -230,7 +220,7 @@ Edges MakeEdges(int32_t type) {
                     a.push_back(sign * (std::ldexp(1, top + low) - std::ldexp(1, w) + std::ldexp(step, low)));
     std::sort(a.begin(), a.end());
     a.erase(std::unique(a.begin(), a.end()), a.end());
-    return e;
+    return {x, a};
 }
 
 // The bounds of a clip that truncates in 32 bits: within int32, at its ends and just beyond.
@@ -240,24 +230,18 @@ class ScalarExactness : public testing::TestWithParam<qmtest::IsaAndType> {};
 
 TEST_P(ScalarExactness, ConstantsAndElementsOnEveryBoundOfTheEvaluation) {
     const int32_t src = GetParam().type;
-    const Edges edges = MakeEdges(src);
-    Bytes all;
-    for (const double v : edges.elements) {
-        const float f = static_cast<float>(v);
-        const int64_t i = src == qm::kF32 || src == qm::kF64 ? 0 : static_cast<int64_t>(v);
-        const auto* from = reinterpret_cast<const unsigned char*>(src == qm::kF32 ? static_cast<const void*>(&f)
-                                                                  : src == qm::kF64 ? static_cast<const void*>(&v)
-                                                                                    : &i);
-        all.insert(all.end(), from, from + qm::ElementSize(src));
-    }
+    std::mt19937_64 rng(src);
+    const auto [elements, constants] = MakeEdges(src);
+    const Bytes all = MakeSource(src, elements, 8, rng);
     qmtest::ScopedIsa use(GetParam().isa);
     int failures = 0;
     for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
-        for (const double a : edges.constants)
+        for (const double a : constants)
             for (const int32_t op : {501, 503, 504}) failures += !Check(src, all, dst, false, op, a, 0);
-        for (const double c : kClipBounds) failures += !Check(src, all, dst, false, 256, -c, c) + !Check(src, all, dst, false, 256, c, -c);
+        for (const double c : kClipBounds)
+            failures += !Check(src, all, dst, false, 256, -c, c) + !Check(src, all, dst, false, 256, c, -c);
     }
-    EXPECT_EQ(failures, 0) << edges.constants.size() << " constants";
+    EXPECT_EQ(failures, 0) << constants.size() << " constants";
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, ScalarExactness, testing::ValuesIn(qmtest::EveryIsaWith({1, 2, 3, 4, 5, 6, 7, 8})),
@@ -324,25 +308,19 @@ TEST(ScalarExports, ProcessesUseTheConstantsAndReportElementsNotComputed) {
 // Products of more significant bits than a double holds, one unit off a float midpoint, through
 // the exported functions: the stored float is the exact product rounded once.
 TEST(ScalarExports, ProductsBeyondDoublePrecisionRoundOnceIntoFloats) {
-    const struct {
-        int32_t element;
-        double a;
-        float want;
-    } cases[] = {
-        {1672147523, 8350315, 1.39629591e16f},
-        {-1672147523, 8350315, -1.39629591e16f},
-        {1672147523, -8350315.0 / 1024, -1.39629591e16f / 1024},
-    };
-    for (auto c : cases) {
+    const double cases[][3] = {{1672147523, 8350315, 1.39629591e16},  // element, A, the float stored
+                               {-1672147523, 8350315, -1.39629591e16},
+                               {1672147523, -8350315.0 / 1024, -1.39629591e16 / 1024}};
+    for (const auto& [element, a, want] : cases) {
         qmtest::ScopedInstance h;
-        std::vector<int32_t> src = {c.element};
+        std::vector<int32_t> src = {static_cast<int32_t>(element)};
         std::vector<float> out = {0};
         QmdDataStruct s = Describe(src, 1, 1, qmeTypeI32), d = Describe(out, 1, 1, qmeTypeF32);
         MathSetProcess(h, 503, 1);
-        MathSetConstant(h, qmeConstA, c.a);
+        MathSetConstant(h, qmeConstA, a);
         MathSetData(h, qmeDataOperand1, &s);
         EXPECT_EQ(MathProcessData(h, &d), qmeSuccess);
-        EXPECT_EQ(out[0], c.want) << c.element << " x " << c.a;
+        EXPECT_EQ(out[0], static_cast<float>(want)) << element << " x " << a;
     }
 }
 

@@ -42,7 +42,7 @@ inline int BitLength(uint64_t v) { return 64 - std::countl_zero(v); }
 // away from r, while the exact product rounds toward r. 0 when this odd fixed has none.
 inline uint64_t MidpointPartner(uint64_t fixed, int bits, int r) {
     const int s = BitLength(fixed) + bits - 25;  // products of up to 63 bits, fixed below 2^32
-    uint64_t inverse = 1;                         // 2^-s modulo fixed
+    uint64_t inverse = 1;                        // 2^-s modulo fixed
     for (int i = 0; i < s; ++i) inverse = inverse * ((fixed + 1) / 2) % fixed;
     const uint64_t c = r > 0 ? (fixed - inverse) % fixed : inverse;  // q 2^s = -r
     for (uint64_t q = 0x1000000 / fixed * fixed + c; q < 0x2000000; q += fixed) {

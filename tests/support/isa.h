@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,8 @@ public:
 };
 
 // Runs body(isa) once on every set.
-template <class F> void OnEveryIsa(F body) {
+template <class F>
+void OnEveryIsa(F body) {
     for (qm::Isa isa : AvailableIsas()) {
         ScopedIsa use(isa);
         SCOPED_TRACE("isa " + IsaName(isa));
@@ -43,25 +45,23 @@ template <class F> void OnEveryIsa(F body) {
     }
 }
 
-// Parameters of a model comparison split by instruction set and element type, named
-// "Avx2_I32" so that a failure names its variant.
+// The parameter of a model comparison split by instruction set and element type; its name, such
+// as Avx2_I32, says the variant.
 struct IsaAndType {
     qm::Isa isa;
     int32_t type;
 };
-inline const char* TypeName(int32_t type) {
-    static const char* const kNames[] = {"?", "I8", "I16", "I32", "F32", "F64", "U8", "U16", "U32",
-                                         "?", "?",  "Rgb", "?",   "?",   "?",   "Rgb15"};
-    return type >= 0 && type < 16 ? kNames[type] : "?";
+inline std::string ParamName(const testing::TestParamInfo<IsaAndType>& info) {
+    const char* const kTypes[] = {"", "I8", "I16", "I32", "F32", "F64", "U8", "U16", "U32", "", "", "Rgb11"};
+    const int32_t t = info.param.type;
+    return IsaName(info.param.isa) + "_" + (t == 15 ? "Rgb15" : kTypes[t >= 0 && t <= 11 ? t : 0]);
 }
+inline void PrintTo(const IsaAndType& p, std::ostream* os) { *os << IsaName(p.isa) << " type " << p.type; }
 inline std::vector<IsaAndType> EveryIsaWith(std::initializer_list<int32_t> types) {
     std::vector<IsaAndType> all;
     for (qm::Isa isa : AvailableIsas())
         for (int32_t type : types) all.push_back({isa, type});
     return all;
-}
-inline std::string ParamName(const testing::TestParamInfo<IsaAndType>& info) {
-    return IsaName(info.param.isa) + "_" + TypeName(info.param.type);
 }
 
 }  // namespace qmtest

@@ -17,16 +17,8 @@ namespace {
 // strict; exact powers of ten.
 TEST(Models, OnlinePixelsWorkedByHand) {
     using F = onlinemodel::Final;
-    const struct {
-        int srcType;
-        uint32_t src;
-        int32_t dark;
-        float flat, gain;
-        onlinemodel::Options o;
-        double a, b;
-        int outType;
-        double expected;
-    } cases[] = {
+    // clang-format off
+    const struct { int srcType; uint32_t src; int32_t dark; float flat, gain; onlinemodel::Options o; double a, b; int outType; double expected; } cases[] = {
         {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 7, 65336},
         {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 4, -200},
         {7, 101, 0, 0.5f, 1, {.flat = true}, 0, 0, 7, 50},
@@ -42,6 +34,7 @@ TEST(Models, OnlinePixelsWorkedByHand) {
         {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true, .final = F::Clip}, -1e300, 1e300, 5, -2147483648.0},
         {15, 0x1F140A, 0, 1, 1, {}, 0, 0, 7, 20},
     };
+    // clang-format on
     for (const auto& c : cases) {
         unsigned char out[8] = {};
         onlinemodel::ModelPixel(out, c.outType, reinterpret_cast<const unsigned char*>(&c.src), c.srcType, 0, &c.dark,
@@ -50,26 +43,22 @@ TEST(Models, OnlinePixelsWorkedByHand) {
         float f;
         uint16_t u;
         std::memcpy(&d, out, 8), std::memcpy(&f, out, 4), std::memcpy(&u, out, 2);
-        EXPECT_EQ(c.outType == 5 ? d : c.outType == 4 ? f : u, c.expected) << "source " << c.srcType << " pixel " << c.src;
+        const double got = c.outType == 5 ? d : c.outType == 4 ? f : u;
+        EXPECT_EQ(got, c.expected) << "source " << c.srcType << " pixel " << c.src;
     }
 }
 
 // Bayer channel rule: value, gain, offset, blue, shift -> byte.
 TEST(Models, BayerChannelWorkedByHand) {
-    const struct {
-        int64_t x;
-        double gain;
-        int32_t offset;
-        bool blue;
-        uint16_t shift;
-        uint8_t byte;
-    } cases[] = {
+    // clang-format off
+    const struct { int64_t x; double gain; int32_t offset; bool blue; uint16_t shift; uint8_t byte; } cases[] = {
         {1000, 1, 0, false, 2, 250}, {1000, 1, 0, false, 0, 255},  // shifted, and clipped without a shift
         {100, 1, 50, true, 1, 50},   {100, 1, 50, false, 1, 25},   // blue keeps its offset out of the product
         {50, 1, 50, false, 1, 0},    {10, 1, 20, false, 0, 255},   // cut off at the offset; below it wraps high
         {5, 1, 7, false, 32, 0},     {9, 1, 0, false, 33, 4},      // shift 32 cuts off; 33 shifts by 1
         {-600, 1, INT32_MIN, true, 1, 0xD4}, {3, -1.5, 0, false, 0, 255},  // negative products: low byte; wrap
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(bayermodel::Channel(c.x, c.gain, c.offset, c.blue, c.shift), c.byte) << &c - cases;
 }
