@@ -189,7 +189,8 @@ std::pair<std::vector<double>, std::vector<double>> MakeEdges(int32_t type) {
             for (double sign : {1, -1}) x.push_back(sign * std::ldexp(ones, exp - w + 1));
         x.insert(x.end(), {0, 1, std::ldexp(1, -1074), 1 + 0x1p-23, -1 - 0x1p-52, 3.4028234663852886e38});
     } else {
-        x.insert(x.end(), {0, 1, ones, ones - 1, std::ldexp(1, w - 1) + 1, std::ldexp(1, w - 1)});
+        x.insert(x.end(),
+                 {0, 1, ones, ones - 1, std::ldexp(1, w - 1) + 1, std::ldexp(1, w - 1), std::ldexp(1, w - 2) + 1});
         if (type != qm::kU8 && type != qm::kU16) x.insert(x.end(), {-1, -ones, -ones - 1, -std::ldexp(1, w - 1) - 1});
     }
     // Products of 54 and 55 bits one unit off a float midpoint; the smaller factor is fixed.
