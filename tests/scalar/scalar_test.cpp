@@ -209,8 +209,8 @@ std::pair<std::vector<double>, std::vector<double>> MakeEdges(int32_t type) {
         if (k < 1 || k > 53) continue;
         const uint64_t all = (uint64_t{1} << k) - 1, random = (rng() | (uint64_t{1} << (k - 1)) | 1) & all;
         for (int exp : {0, 1, 28, 29, 30 - w, 31 - w, 32 - w, w - 31, w - 30, 30, 31, 32, 52, 53, 54, k - 1})
-            for (uint64_t m : {all, random})
-                for (double sign : {1, -1}) a.push_back(sign * std::ldexp(static_cast<double>(m), exp - k));
+            for (uint64_t m : {all, random})  // each sign in turn
+                a.push_back(((k + exp) % 2 == (m == all) ? 1 : -1) * std::ldexp(static_cast<double>(m), exp - k));
     }
     // Addends whose sum with the largest element straddles 2^(52 + low) to 2^(54 + low), low being
     // the addend's lowest set bit.
