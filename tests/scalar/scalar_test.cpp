@@ -1,9 +1,10 @@
 // The scalar operations (256, 500 to 509) and the statistics. First every source type x
 // destination type x operation against an independent model, on boundary and random elements and
-// on constants where rounding and truncation are hard, out of place and in place, under every loop
-// variant: the model computes with exact rationals (long double for the logarithms and the square
-// root) and rounds once by the store rule, written from its definition. Then the dispatcher's
-// checks, the processes through the exported functions, the statistics and the exact rounding.
+// on constants where rounding and truncation are hard, out of place and in place, one test per
+// instruction set and source type: the model computes with exact rationals (long double for the
+// logarithms and the square root) and rounds once by the store rule, written from its definition.
+// Then constants and elements on the bounds of the per-call choice of evaluation, the
+// dispatcher's checks, the processes through the exported functions and the statistics.
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 
