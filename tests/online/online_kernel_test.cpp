@@ -180,8 +180,8 @@ TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
                                                      (frameNumber == 2 ? qm::kOnlineAccumulate : 0u);
                             qm::OnlineFrame frame{options, &srcD, nullptr, &darkD, &flatD, &outD, 0, 0, 5, frameNumber};
                             ASSERT_EQ(RunPipeline(frame, type), qm::Status::Ok);
-                            EXPECT_EQ(out, want)
-                                << "source " << type << " value " << value << " x " << f << " frame " << frameNumber;
+                            EXPECT_EQ(out, want) << "source " << type << " value " << value << " x " << f << " frame "
+                                                 << frameNumber << std::hexfloat << ": got " << out << " want " << want;
                         }
                     }
     });
