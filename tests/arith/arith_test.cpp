@@ -1,8 +1,8 @@
 // Image-to-image arithmetic (processes 1 add, 2 subtract, 3 divide, 4 multiply). First every
 // operand type pair x destination type x operation against a model written from the element rules
 // in plain scalar code, on boundary and random values, out of place and in place over either
-// operand, under every loop variant. Then the order of the checks, the routing of U32 operands,
-// and the four processes through the exported functions.
+// operand, under every instruction set (U32 operands take part as signed, as the model reads them).
+// Then the order of the checks and the four processes through the exported functions.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "arith/arith_dispatch.h"
-#include "core/cpu.h"
 #include "core/element_types.h"
 #include "support/elements.h"
 #include "support/instances.h"
+#include "support/isa.h"
 
 namespace {
 
@@ -124,28 +124,33 @@ bool Check(int32_t op, int32_t td, int32_t t1, const Bytes& a, int32_t t2, const
     return statusOk;
 }
 
-// Division also runs element by element, so that each element's own zero-divisor status shows.
-TEST(ArithModel, EveryTypeCombinationMatchesTheModel) {
-    std::mt19937_64 rng(20240611);
-    for (const qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
-        for (int32_t t1 = qm::kI8; t1 <= qm::kU32; ++t1)
-            for (int32_t t2 = qm::kI8; t2 <= qm::kU32; ++t2) {
-                const auto [a, b] = MakeOperands(t1, t2, rng);
-                const size_t s1 = qm::ElementSize(t1), s2 = qm::ElementSize(t2);
-                for (int32_t td = qm::kI8; td <= qm::kU32; ++td)
-                    for (int32_t op = 1; op <= 4; ++op) {
-                        for (int place = 0; place <= 2; ++place) {
-                            if (place != 0 && qm::ElementSize(td) != (place == 1 ? s1 : s2)) continue;
-                            ASSERT_TRUE(Check(op, td, t1, a, t2, b, place)) << "loop variant " << static_cast<int>(isa);
-                        }
-                        for (size_t i = 0; op == 3 && i < a.size() / s1; ++i)
-                            ASSERT_TRUE(Check(op, td, t1, Bytes(&a[i * s1], &a[i * s1] + s1), t2, Bytes(&b[i * s2], &b[i * s2] + s2), 0))
-                                << "loop variant " << static_cast<int>(isa);
-                    }
+// Operand 1 of one type against every operand 2 type, destination type and operation, under one
+// instruction set. Division also runs element by element, so that each element's own
+// zero-divisor status shows.
+class ArithModel : public testing::TestWithParam<qmtest::IsaAndType> {};
+
+TEST_P(ArithModel, EveryOperandAndDestinationTypeMatchesTheModel) {
+    const int32_t t1 = GetParam().type;
+    std::mt19937_64 rng(20240611 + t1);
+    qmtest::ScopedIsa use(GetParam().isa);
+    for (int32_t t2 = qm::kI8; t2 <= qm::kU32; ++t2) {
+        const auto [a, b] = MakeOperands(t1, t2, rng);
+        const size_t s1 = qm::ElementSize(t1), s2 = qm::ElementSize(t2);
+        for (int32_t td = qm::kI8; td <= qm::kU32; ++td)
+            for (int32_t op = 1; op <= 4; ++op) {
+                for (int place = 0; place <= 2; ++place) {
+                    if (place != 0 && qm::ElementSize(td) != (place == 1 ? s1 : s2)) continue;
+                    ASSERT_TRUE(Check(op, td, t1, a, t2, b, place));
+                }
+                for (size_t i = 0; op == 3 && i < a.size() / s1; ++i)
+                    ASSERT_TRUE(Check(op, td, t1, Bytes(&a[i * s1], &a[i * s1] + s1), t2,
+                                      Bytes(&b[i * s2], &b[i * s2] + s2), 0));
             }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, ArithModel, testing::ValuesIn(qmtest::EveryIsaWith({1, 2, 3, 4, 5, 6, 7, 8})),
+                         qmtest::ParamName);
 
 // One descriptor of a check case: kNone is no descriptor, kNoData a descriptor without data.
 enum Presence { kNone, kNoData, kData };
@@ -190,14 +195,6 @@ TEST(ArithChecks, FirstFailingCheckDecidesAndNothingIsWritten) {
         const auto at = [&](int k) { return shape[k]->presence == kNone ? nullptr : &d[k]; };
         EXPECT_EQ(qm::ArithDispatch(c.op, at(0), at(1), at(2)), c.want) << &c - cases;
         EXPECT_EQ(out, std::vector<uint8_t>(64, 0xEE)) << &c - cases;
-    }
-}
-
-TEST(ArithRouting, U32OperandsShareTheI32Routines) {
-    for (int32_t other = qm::kI8; other <= qm::kU32; ++other) {
-        const int32_t same = other == qm::kU32 ? qm::kI32 : other;
-        EXPECT_EQ(qm::ArithRoutineFor(qm::kU32, other), qm::ArithRoutineFor(qm::kI32, same)) << other;
-        EXPECT_EQ(qm::ArithRoutineFor(other, qm::kU32), qm::ArithRoutineFor(same, qm::kI32)) << other;
     }
 }
 

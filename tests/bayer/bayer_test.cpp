@@ -9,24 +9,16 @@
 #include <vector>
 
 #include "bayer/bayer.h"
-#include "core/cpu.h"
-#include "support/elements.h"
+#include "bayer_model.h"
 #include "support/instances.h"
+#include "support/isa.h"
 
 namespace {
 
+using bayermodel::Channel;
+using bayermodel::Wrap32;
+
 constexpr uint8_t kGuard = 0xA5;
-
-// Runs `body` once per instruction set, then restores the detected one.
-template <class F> void OnEveryIsa(F body) {
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
-        body(isa);
-    }
-}
-
-int64_t Wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
-int64_t Truncate(double p) { return std::isnan(p) || std::fabs(p) >= 0x1p63 ? INT64_MIN : static_cast<int64_t>(p); }
 
 // How a member sums its samples: 8- and 16-bit exactly, 32-bit wrapped and divided as the type divides.
 enum class Sums { Exact, Unsigned32, Signed32 };
@@ -61,17 +53,6 @@ const Taps* const kInterior[4][3] = {{&D, &X, &O}, {&O, &X, &D}, {&V, &O, &A}, {
 // in the layout G B / R G whatever the phase.
 const Taps* const kRow0[4][3] = {{&E, &O, &S}, {&Wt, &O, &S}, {&O, &Row0G, &Row0R}, {&A, &O, &S}};
 const Taps* const kEdges[2][3] = {{&E, &O, &V}, {&EdgeB, &EdgeG, &O}};
-
-uint8_t Channel(int64_t x, double gain, int32_t offset, bool blue, uint16_t shift) {
-    x = Wrap32(x);
-    if (shift == 0) {
-        const auto t = static_cast<uint32_t>(Truncate(static_cast<double>(static_cast<uint32_t>(x - offset)) * gain));
-        return static_cast<uint8_t>(t > 255 ? 255 : t);
-    }
-    if (x <= offset) return 0;
-    const int64_t t = Wrap32(Truncate(static_cast<double>(blue ? x : Wrap32(x - offset)) * gain)) >> (shift % 32);
-    return static_cast<uint8_t>(t > 255 ? 255 : t);
-}
 
 // Output of the interpolating reconstruction over `out`, prefilled with guard bytes.
 void Interpolate(std::vector<uint8_t>& out, const Mosaic& m, const qm::BayerParams& p) {
@@ -123,13 +104,13 @@ template <class Sample, class Member> void Compare(Member member, int32_t type, 
                 const qm::BayerParams p = RandomParams(rng, phase, shifted);
                 std::vector<uint8_t> expected(3 * (std::max<size_t>(w, 2) * h + 8), kGuard);
                 Interpolate(expected, model, p);
-                OnEveryIsa([&](qm::Isa isa) {
+                qmtest::OnEveryIsa([&](qm::Isa) {
                     std::vector<uint8_t> out(expected.size(), kGuard);
                     QmdDataStruct dst = qmtest::Describe(out, std::max(w, 2u), h, qmeTypeRgb24);
                     ASSERT_EQ(member(&dst, &src, p.shift, p.gain[0], p.gain[1], p.gain[2], p.offset[0], p.offset[1],
                                      p.offset[2], -7, p.phase), qmeSuccess);
                     ASSERT_EQ(out, expected) << "trial " << trial << ' ' << w << 'x' << h << " phase " << phase
-                                             << " shift " << p.shift << " isa " << int(isa);
+                                             << " shift " << p.shift;
                 });
             }
     }
@@ -140,18 +121,6 @@ TEST(BayerInterpolate, ModelU16) { Compare<uint16_t>(MathBayerInterpolateU16, qm
 TEST(BayerInterpolate, ModelI16) { Compare<int16_t>(MathBayerInterpolateI16, qmeTypeI16, Sums::Exact, 3); }
 TEST(BayerInterpolate, ModelU32) { Compare<uint32_t>(MathBayerInterpolateU32, qmeTypeU32, Sums::Unsigned32, 4); }
 TEST(BayerInterpolate, ModelI32) { Compare<int32_t>(MathBayerInterpolateI32, qmeTypeI32, Sums::Signed32, 5); }
-
-// The channel rule as worked by hand: value, gain, offset, blue, shift -> byte.
-TEST(BayerInterpolate, ChannelRuleByHand) {
-    const struct { int64_t x; double gain; int32_t offset; bool blue; uint16_t shift; uint8_t byte; } cases[] = {
-        {1000, 1, 0, false, 2, 250}, {1000, 1, 0, false, 0, 255},  // shifted, and clipped without a shift
-        {100, 1, 50, true, 1, 50}, {100, 1, 50, false, 1, 25},     // blue keeps its offset out of the product
-        {50, 1, 50, false, 1, 0}, {10, 1, 20, false, 0, 255},      // cut off at the offset; below it wraps high
-        {5, 1, 7, false, 32, 0}, {9, 1, 0, false, 33, 4},          // shift 32 cuts off; 33 shifts by 1
-        {-600, 1, INT32_MIN, true, 1, 0xD4}, {3, -1.5, 0, false, 0, 255},  // negative products: low byte; wrap
-    };
-    for (const auto& c : cases) EXPECT_EQ(Channel(c.x, c.gain, c.offset, c.blue, c.shift), c.byte) << &c - cases;
-}
 
 // Binning: output row y from source rows 2y and 2y + 1 by element index, the samples 16-bit
 // whatever the type, reading 0 past the bytes the source describes; never the last output row.
@@ -175,11 +144,11 @@ TEST(BayerSimple, MatchesModel) {
                 for (int c = 0; c < 3; ++c) expected[3 * (y * w + x) + c] = static_cast<uint8_t>(bgr[c] >> shift % 32);
             }
         QmdDataStruct src = qmtest::Describe(mosaic, sw, sh, type);
-        OnEveryIsa([&](qm::Isa isa) {
+        qmtest::OnEveryIsa([&](qm::Isa) {
             std::vector<uint8_t> out(expected.size(), kGuard);
             QmdDataStruct dst = qmtest::Describe(out, w, h, qmeTypeRgb24);
             ASSERT_EQ(MathBayerSimple(&dst, &src, shift), qmeSuccess);
-            ASSERT_EQ(out, expected) << "trial " << trial << " isa " << int(isa);
+            ASSERT_EQ(out, expected) << "trial " << trial;
         });
     }
 }

@@ -20,6 +20,7 @@
 #include "scalar/scalar_dispatch.h"
 #include "core/stream.h"
 #include "support/elements.h"
+#include "support/isa.h"
 
 namespace {
 
@@ -136,8 +137,7 @@ Layout OnlineLayout(int32_t dst, size_t dstAt, int32_t src, size_t at) {
 constexpr uint32_t kOnlineOptions[] = {0x000u, 0x001u, 0x003u, 0x103u, 0x00Bu, 0x013u, 0x107u, 0x012u};
 
 TEST(HostBuffers, MisalignedImagesGiveTheSameBytes) {
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
+    qmtest::OnEveryIsa([&](qm::Isa) {
         for (size_t shift = 1; shift < 8; shift += 3) {
             for (int32_t s : kTypes)
                 for (int32_t d : kTypes) {
@@ -154,15 +154,14 @@ TEST(HostBuffers, MisalignedImagesGiveTheSameBytes) {
                         ExpectAlignmentFree(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, 0, s, kSpan), shift,
                                             "online");
         }
-    }
+    });
 }
 
 TEST(HostBuffers, OutputsOverSourcesFollowTheElementOrder) {
     // Destinations starting before, on and after their source, narrower, as wide and wider.
     const std::pair<int32_t, int32_t> widths[] = {{qm::kU16, qm::kI32}, {qm::kI32, qm::kU16}, {qm::kU8, qm::kF64},
                                                  {qm::kF64, qm::kU8},  {qm::kF32, qm::kF32}, {qm::kU16, qm::kU16}};
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
+    qmtest::OnEveryIsa([&](qm::Isa) {
         for (auto [s, d] : widths)
             for (int delta : {-8, -2, 0, 1, 2, 6, 16}) {
                 const size_t base = 64, at = static_cast<size_t>(static_cast<int>(base) + delta);
@@ -183,7 +182,7 @@ TEST(HostBuffers, OutputsOverSourcesFollowTheElementOrder) {
                         ExpectElementOrder(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, at, s, base), start,
                                            "online");
             }
-    }
+    });
 }
 
 TEST(HostBuffers, OutputsLargerThanTheCacheAreStreamedWithTheSameBytes) {
@@ -218,8 +217,7 @@ TEST(HostBuffers, OutputsLargerThanTheCacheAreStreamedWithTheSameBytes) {
 TEST(HostBuffers, SpecialValuesConvertByTheStoreRule) {
     // NaN, infinities and values beyond int64 store 0 into every integer type; floats keep them.
     const double specials[] = {std::nan(""), INFINITY, -INFINITY, 1e300, -0x1p63 * 2, 0x1p63};
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
+    qmtest::OnEveryIsa([&](qm::Isa) {
         std::vector<double> src(kCount);
         for (size_t i = 0; i < kCount; ++i) src[i] = specials[i % std::size(specials)];
         QmdDataStruct s = Image(src.data(), qm::kF64, kCount);
@@ -229,7 +227,7 @@ TEST(HostBuffers, SpecialValuesConvertByTheStoreRule) {
             ASSERT_EQ(qm::ScalarDispatch(509, &o, &s, 0.0, 0.0), qm::Status::Ok);
             for (size_t i = 0; i < kCount; ++i) ASSERT_EQ(qmtest::BitsAt(out, i, qm::ElementSize(d)), 0u) << d << " " << i;
         }
-    }
+    });
 }
 
 }  // namespace

@@ -83,22 +83,6 @@ TEST_F(InstanceTable, CreateFillsTheRecordDeleteClearsItAndResetTouchesOnlyTheCo
     EXPECT_EQ(r.nColourFlag, 1u) << "the colour flag is not cleared by MathDelete";
 }
 
-TEST_F(InstanceTable, BayerConstantsSurviveDeleteIntoTheNextInstanceOfTheSlot) {
-    QmHandle h = 0;
-    ASSERT_EQ(MathCreate(0, 0, &h), qmeSuccess);
-    const int32_t codes[] = {9009, 9010, 9011, 9012, 9013, 9014, 9015, 9016};
-    for (int32_t code : codes) MathSetConstant(h, code, code - 9008.5);
-    MathDelete(h);
-    ASSERT_EQ(MathCreate(0, 0x700, &h), qmeSuccess);
-    const qm::Instance& r = qm::InstanceFor(h);
-    EXPECT_EQ(r.bayer.dBayer1, 0.5);
-    EXPECT_EQ(r.bayer.dBayer3, 2.5);
-    EXPECT_EQ(r.bayer.nBayer1, 3);
-    EXPECT_EQ(r.bayer.nBayer3, 5);
-    EXPECT_EQ(r.bayer.nBayerShort, 6);
-    EXPECT_EQ(r.bayer.nBayerWord, 7);
-}
-
 TEST_F(InstanceTable, DeleteReleasesReferenceFramesAndClearsTheirPointers) {
     // Under the sanitizers: a reused slot neither leaks nor releases twice what it held.
     std::vector<uint16_t> pixels(64, 100);

@@ -1,17 +1,18 @@
 // Every online kernel against the reference model: each source type, output type, dark and flat
-// on or off, final stage and mode, on boundary and random pixels, under every instruction set.
+// on or off, final stage and mode, on boundary and random pixels, one test per instruction set and
+// source type. Then corrected values that lie one unit off a float midpoint.
+#include <gmpxx.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
 
-#include "core/cpu.h"
-#include "support/elements.h"
-#include "online/exact_value.h"
 #include "online/online.h"
 #include "online_model.h"
+#include "support/isa.h"
 
 namespace {
 
@@ -86,116 +87,104 @@ bool Same(const unsigned char* x, const unsigned char* y, int type) {
     return type == 5 && (std::memcpy(&d[0], x, 8), std::memcpy(&d[1], y, 8), std::isnan(d[0]) && std::isnan(d[1]));
 }
 
-TEST(OnlineKernels, MatchTheReferenceModelForEveryCombination) {
+// One source type under one instruction set: every output type, option combination and mode.
+class OnlineModel : public testing::TestWithParam<qmtest::IsaAndType> {};
+
+TEST_P(OnlineModel, EveryKernelMatchesTheReferenceModel) {
+    const int srcType = GetParam().type;
+    qmtest::ScopedIsa use(GetParam().isa);
     int checked = 0;
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
-        for (bool camera : {false, true}) {
-            for (int srcType : {7, 2, 11, 8, 3, 6, 15}) {
-                Frames f = MakeFrames(srcType, camera);
-                const std::vector<unsigned char> original = f.src;
-                const uint32_t n = static_cast<uint32_t>(f.n);
-                QmdDataStruct src{f.src.data(), n, 1, srcType, 1, {}}, dark{f.dark.data(), n, 1, 3, 1, {}},
-                    flat{f.flat.data(), n, 1, 4, 1, {}}, gain{f.gain.data(), n, 1, 4, 1, {}};
-                // A bound equal to the rounded value of one pixel: its exact rest decides. Camera
-                // frames: bounds inside the values, and bounds that store outside int32.
-                const std::vector<std::pair<double, double>> bounds =
-                    camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
-                           : std::vector<std::pair<double, double>>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
-                for (int outType = 1; outType <= 8; ++outType) {
-                    const int size = onlinemodel::kSize[outType];
-                    std::mt19937 rng(outType * 31 + srcType);
-                    std::vector<unsigned char> old(f.n * size), one(8);
-                    for (size_t i = 0; i < f.n; ++i) {  // old floats finite and ordinary
-                        const double d = static_cast<double>(rng() % 100000) - 50000.0;
-                        const float x = static_cast<float>(d);
-                        const uint32_t bits = static_cast<uint32_t>(rng());
-                        std::memcpy(&old[i * size], outType == 4 ? static_cast<const void*>(&x) : outType == 5 ? static_cast<const void*>(&d) : &bits, size);
+    for (bool camera : {false, true}) {
+        Frames f = MakeFrames(srcType, camera);
+        const std::vector<unsigned char> original = f.src;
+        const uint32_t n = static_cast<uint32_t>(f.n);
+        QmdDataStruct src{f.src.data(), n, 1, srcType, 1, {}}, dark{f.dark.data(), n, 1, 3, 1, {}},
+            flat{f.flat.data(), n, 1, 4, 1, {}}, gain{f.gain.data(), n, 1, 4, 1, {}};
+        // A bound equal to the rounded value of one pixel: its exact rest decides. Camera
+        // frames: bounds inside the values, and bounds that store outside int32.
+        const std::vector<std::pair<double, double>> bounds =
+            camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
+                   : std::vector<std::pair<double, double>>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
+        for (int outType = 1; outType <= 8; ++outType) {
+            const int size = onlinemodel::kSize[outType];
+            std::mt19937 rng(outType * 31 + srcType);
+            std::vector<unsigned char> old(f.n * size), one(8);
+            for (size_t i = 0; i < f.n; ++i) {  // old floats finite and ordinary
+                const double d = static_cast<double>(rng() % 100000) - 50000.0;
+                const float x = static_cast<float>(d);
+                const uint32_t bits = static_cast<uint32_t>(rng());
+                std::memcpy(&old[i * size], outType == 4 ? static_cast<const void*>(&x) : outType == 5 ? static_cast<const void*>(&d) : &bits, size);
+            }
+            for (int combo = 0; combo < 48; ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
+                const int mode = combo >> 4;
+                const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2, static_cast<Final>((combo >> 2) & 3)};
+                const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
+                qm::OnlineFrame frame;
+                frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
+                                (mode > 0 ? qm::kOnlineAccumulate : 0u) | stageBit[(combo >> 2) & 3];
+                const bool bounded = o.final == Final::Threshold || o.final == Final::Clip;
+                for (size_t bi = 0; bi < (bounded ? bounds.size() : 1); ++bi) {
+                    std::tie(frame.a, frame.b) = bounds[bi];
+                    std::vector<unsigned char> expected = old, out = old;
+                    for (size_t i = 0; i < f.n; ++i) {
+                        onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(), f.flat.data(), f.gain.data(), frame.a, frame.b, o);
+                        if (o.accumulate) onlinemodel::Accumulate(&expected[i * size], outType, one.data());
+                        else std::memcpy(&expected[i * size], one.data(), size);
                     }
-                    for (int combo = 0; combo < 48; ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
-                        const int mode = combo >> 4;
-                        const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2, static_cast<Final>((combo >> 2) & 3)};
-                        const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
-                        qm::OnlineFrame frame;
-                        frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
-                                        (mode > 0 ? qm::kOnlineAccumulate : 0u) | stageBit[(combo >> 2) & 3];
-                        const bool bounded = o.final == Final::Threshold || o.final == Final::Clip;
-                        for (size_t bi = 0; bi < (bounded ? bounds.size() : 1); ++bi) {
-                            std::tie(frame.a, frame.b) = bounds[bi];
-                            std::vector<unsigned char> expected = old, out = old;
-                            for (size_t i = 0; i < f.n; ++i) {
-                                onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(), f.flat.data(), f.gain.data(), frame.a, frame.b, o);
-                                if (o.accumulate) onlinemodel::Accumulate(&expected[i * size], outType, one.data());
-                                else std::memcpy(&expected[i * size], one.data(), size);
-                            }
-                            QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
-                            frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain, frame.output = &output;
-                            frame.frameCount = 5;
-                            frame.frameNumber = mode == 2 ? 2 : 1;
-                            ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
-                            for (size_t i = 0; i < f.n; ++i)
-                                ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
-                                    << "isa " << int(isa) << " src " << srcType << " out " << outType << " options 0x" << std::hex
-                                    << frame.options << std::dec << " frame " << frame.frameNumber << " bounds " << bi << " pixel " << i;
-                            ++checked;
-                        }
-                    }
+                    QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
+                    frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain, frame.output = &output;
+                    frame.frameCount = 5;
+                    frame.frameNumber = mode == 2 ? 2 : 1;
+                    ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
+                    for (size_t i = 0; i < f.n; ++i)
+                        ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
+                            << "out " << outType << " options 0x" << std::hex
+                            << frame.options << std::dec << " frame " << frame.frameNumber << " bounds " << bi << " pixel " << i;
+                    ++checked;
                 }
-                EXPECT_EQ(f.src, original) << "no orientation option: the source stays as it was";
             }
         }
+        EXPECT_EQ(f.src, original) << "no orientation option: the source stays as it was";
     }
-    EXPECT_GT(checked, 1000);
+    EXPECT_GT(checked, 100);
 }
 
-// The model's own rules against pixels worked out by hand: 16-bit and most 32-bit reads are
-// unsigned, the plain copy of type 3 and the exact dark-and-flat difference signed; the colour mean
-// truncates; clip with A above B; threshold is strict; exact powers of ten.
-TEST(OnlineKernels, ModelAgreesWithPixelsWorkedByHand) {
-    using F = Final;
-    const struct { int srcType; uint32_t src; int32_t dark; float flat, gain; onlinemodel::Options o; double a, b; int outType; double expected; } cases[] = {
-        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 7, 65336},
-        {7, 1000, 1200, 1, 1, {.dark = true}, 0, 0, 4, -200},
-        {7, 101, 0, 0.5f, 1, {.flat = true}, 0, 0, 7, 50},
-        {7, 1000, 0, 1, 1e6f, {.final = F::Log}, 0, 0, 5, 9},
-        {7, 0, 0, 1, 1, {.final = F::Log}, 0, 0, 4, -INFINITY},
-        {7, 100, 0, 1, 1, {.final = F::Threshold}, 100, 0, 7, 0},
-        {7, 150, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 100},
-        {7, 100, 0, 1, 1, {.final = F::Clip}, 200, 100, 7, 200},
-        {2, 0xFFFF, 0, 1, 1, {}, 0, 0, 5, 65535},
-        {3, 0xFFFFFFFF, 0, 1, 1, {.flat = true}, 0, 0, 5, 4294967295.0},
-        {3, 0xFFFFFFFF, 0, 1, 1, {}, 0, 0, 5, -1},
-        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true}, 0, 0, 5, 2147483648.0},
-        {3, 0x7FFFFFFF, -1, 1, 1, {.dark = true, .flat = true, .final = F::Clip}, -1e300, 1e300, 5, -2147483648.0},
-        {15, 0x1F140A, 0, 1, 1, {}, 0, 0, 7, 20},
-    };
-    for (const auto& c : cases) {
-        unsigned char out[8] = {};
-        onlinemodel::ModelPixel(out, c.outType, reinterpret_cast<const unsigned char*>(&c.src), c.srcType, 0, &c.dark, &c.flat, &c.gain, c.a, c.b, c.o);
-        double d;
-        float f;
-        uint16_t u;
-        std::memcpy(&d, out, 8), std::memcpy(&f, out, 4), std::memcpy(&u, out, 2);
-        EXPECT_EQ(c.outType == 5 ? d : c.outType == 4 ? f : u, c.expected) << "source " << c.srcType << " pixel " << c.src;
-    }
-}
+INSTANTIATE_TEST_SUITE_P(Each, OnlineModel, testing::ValuesIn(qmtest::EveryIsaWith({7, 2, 11, 8, 3, 6, 15})),
+                         qmtest::ParamName);
 
-// Stores of exact values random pixels almost never reach: a double exactly between two floats
-// with a rest on either side, an integral double with a rest below it, the ends of the 64-bit range.
-TEST(OnlineKernels, ExactValuesAreStoredWithOneRounding) {
-    const double mid = 1.0 + 0x1p-24;  // halfway between the floats 1 and 1 + 2^-23
-    const qm::ExactValue cases[] = {
-        {mid, 0x1p-60}, {mid, -0x1p-60}, {-mid, 0x1p-60}, {-mid, -0x1p-60}, {mid, 0.0}, {0x1p30 + 64.0, 0x1p-30},
-        {0x1p30 + 64.0, -0x1p-30}, {7.0, -0x1p-52}, {-7.0, 0x1p-52}, {7.0, 0x1p-52}, {1.0, -0x1p-54}, {-1.0, 0x1p-54},
-        {0x1p60, -3.5}, {0x1p60, 2.0}, {-0x1p60, 3.5}, {0x1p63, -512.0}, {0x1p63, -0.5}, {0x1p63, 0.5}, {-0x1p63, -0.5},
-        {-0x1p63, 1.0}, {-0x1p63, -1024.0}, {0x1p64, -1024.0}, {3.5, 0.0}, {-3.5, 0.0}, {0.0, 0.0},
-    };
-    for (const qm::ExactValue& v : cases) {
-        const mpq_class x = onlinemodel::Q(v.hi) + onlinemodel::Q(v.lo);
-        EXPECT_EQ(qm::StoreExact<float>(v), onlinemodel::RoundNearest<float>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::StoreExact<double>(v), onlinemodel::RoundNearest<double>(x)) << v.hi << " + " << v.lo;
-        EXPECT_EQ(qm::TruncateExact(v), qmtest::TruncateTowardZero(x)) << v.hi << " + " << v.lo;
-    }
+// Corrected values (s - d) x f one unit off a float midpoint, with 30 to 32 significant bits in
+// s - d (a double then holds the midpoint, not the value): the value decides how its block is
+// evaluated, and the F32 output must hold it rounded once, written or accumulated onto 0.
+TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
+    const int cases[][3] = {{7, 1, 31}, {2, 1, 31}, {8, 0, 32}, {8, 1, 31}, {3, 1, 31}};  // source, dark, bits
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        for (const auto& [type, dark, maxBits] : cases)
+            for (int bits = 30; bits <= maxBits; ++bits)
+                for (const int r : {1, -1})
+                    for (const int64_t sign : {dark ? -1 : 1, 1}) {  // flat alone: the unsigned pixel
+                        uint64_t m = 0xFFFFFF, v = 0;                // the factor's significand, then |s - d|
+                        while ((v = qmtest::MidpointPartner(m, bits, r)) == 0) m -= 2;
+                        const int64_t value = sign * static_cast<int64_t>(v);
+                        float f = std::ldexp(static_cast<float>(m), -23), out = 0;
+                        const float want = qmtest::RoundToNearestEven<float>(mpq_class(static_cast<long>(value)) * f);
+                        ASSERT_NE(want, static_cast<float>(static_cast<double>(value) * f));  // rounded twice
+                        // 16-bit pixels: s = 5 and the dark makes up the value; 32-bit ones: the dark is -3.
+                        const bool wide = type == 8 || type == 3;
+                        int32_t d = !dark ? 0 : wide ? -3 : static_cast<int32_t>(5u - static_cast<uint32_t>(value));
+                        uint32_t s = wide ? static_cast<uint32_t>(value + d) : 5u;
+                        QmdDataStruct srcD{&s, 1, 1, type, 1, {}}, darkD{&d, 1, 1, 3, 1, {}}, flatD{&f, 1, 1, 4, 1, {}},
+                            outD{&out, 1, 1, 4, 1, {}};
+                        for (uint32_t frameNumber : {1u, 2u}) {  // write, then accumulate onto 0
+                            out = 0;
+                            const uint32_t options = (dark ? qm::kOnlineDarkSubtract : 0u) | qm::kOnlineFlatField |
+                                                     (frameNumber == 2 ? qm::kOnlineAccumulate : 0u);
+                            qm::OnlineFrame frame{options, &srcD, nullptr, &darkD, &flatD, &outD, 0, 0, 5, frameNumber};
+                            ASSERT_EQ(RunPipeline(frame, type), qm::Status::Ok);
+                            EXPECT_EQ(out, want) << "source " << type << " value " << value << " x " << f << " frame "
+                                                 << frameNumber << std::hexfloat << ": got " << out << " want " << want;
+                        }
+                    }
+    });
 }
 
 }  // namespace

@@ -41,6 +41,17 @@ inline void Store(unsigned char* out, int type, const Value& v) {
     std::memcpy(out, type == 4 ? static_cast<const void*>(&f) : type == 5 ? static_cast<const void*>(&d) : &t, kSize[type]);
 }
 
+// Stores x, a value that a long double holds exactly, by the same rules: converting it rounds
+// once, and a zero is stored as +0 as the exact value 0 is.
+inline void StoreHeld(unsigned char* out, int type, long double x) {
+    x += 0.0L;
+    const float f = static_cast<float>(x);
+    const double d = static_cast<double>(x);
+    const int64_t t = std::isfinite(x) && std::fabs(x) < 0x1p63L ? static_cast<int64_t>(x) : INT64_MIN;
+    const void* from = type == 4 ? static_cast<const void*>(&f) : &d;
+    std::memcpy(out, type == 4 || type == 5 ? from : &t, kSize[type]);
+}
+
 // out += add, both already in the output type; integers wrap in the output width.
 inline void Accumulate(unsigned char* out, int type, const unsigned char* add) {
     auto sum = [&](auto a, auto b) { std::memcpy(&a, out, sizeof a); std::memcpy(&b, add, sizeof b); a = static_cast<decltype(a)>(a + b); std::memcpy(out, &a, sizeof a); };
@@ -92,7 +103,14 @@ inline void ModelPixel(unsigned char* out, int outType, const unsigned char* src
         long double l = std::log10(x);
         const long double k = std::round(l);
         if (k >= 0 && k <= 27 && std::pow(10.0L, k) == x) l = k;
-        return Store(out, outType, Of(l));
+        return StoreHeld(out, outType, l);
+    }
+    if (v > -(1 << 29) && v < (1 << 29) && (!o.flat || std::isfinite(flat[i]))) {
+        // Up to 29 bits times a float factor: the double product is exact, and so are its comparisons.
+        double x = static_cast<double>(v) * (o.flat ? static_cast<double>(flat[i]) : 1.0);
+        if (o.final == Final::Threshold) x = x > a ? 1 : 0;
+        if (o.final == Final::Clip) x = x > b ? b : x < a ? a : x;
+        return StoreHeld(out, outType, x);
     }
     Value val{mpq_class(static_cast<long>(v))};
     if (o.flat && (!std::isfinite(flat[i]))) val = {0, true, static_cast<double>(sgn(val.q)) * flat[i]};

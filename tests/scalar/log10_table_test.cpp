@@ -9,12 +9,12 @@
 #include "core/element_types.h"
 #include "scalar/scalar_dispatch.h"
 #include "support/elements.h"
+#include "support/isa.h"
 
 namespace {
 
 TEST(ScalarLog10, LargeImagesOfNarrowSourcesMatchTheElementRule) {
-    for (qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
+    qmtest::OnEveryIsa([&](qm::Isa) {
         for (int32_t s : {qm::kI8, qm::kU8, qm::kI16, qm::kU16}) {
             // Every bit pattern of the source, repeated past the size from which the table serves.
             const size_t size = qm::ElementSize(s), n = 70000;
@@ -38,7 +38,7 @@ TEST(ScalarLog10, LargeImagesOfNarrowSourcesMatchTheElementRule) {
                 EXPECT_TRUE(whole == single) << s << " -> " << d;
             }
         }
-    }
+    });
 }
 
 }  // namespace

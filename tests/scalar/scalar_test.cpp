@@ -1,12 +1,15 @@
 // The scalar operations (256, 500 to 509) and the statistics. First every source type x
 // destination type x operation against an independent model, on boundary and random elements and
-// on constants where rounding and truncation are hard, out of place and in place, under every loop
-// variant: the model computes with exact rationals (long double for the logarithms and the square
-// root) and rounds once by the store rule, written from its definition. Then the dispatcher's
-// checks, the processes through the exported functions, the statistics and the exact rounding.
+// on constants where rounding and truncation are hard, out of place and in place, one test per
+// instruction set and source type: the model computes with exact rationals (long double for the
+// logarithms and the square root) and rounds once by the store rule, written from its definition.
+// Then constants and elements on the bounds of the per-call choice of evaluation, the
+// dispatcher's checks, the processes through the exported functions and the statistics.
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -14,13 +17,12 @@
 #include <random>
 #include <vector>
 
-#include "core/cpu.h"
 #include "core/element_types.h"
-#include "core/exact_arith.h"
 #include "scalar/scalar_dispatch.h"
 #include "support/elements.h"
 #include "support/exact_model.h"
 #include "support/instances.h"
+#include "support/isa.h"
 
 namespace {
 
@@ -83,21 +85,23 @@ const double kConstants[] = {0, -0.0, 1, -1, 3, -7, 0.5, 0.1, 1.0 / 3, -1e-17, 0
                              65535.5, 0x1p31, (1 + 0x1p-24) / 3, 0x1p-24 + 0x1p-70, 3 / (1 + 0x1p-24), 1e20,
                              1e-10, kNaN, kInf};
 
+using qmtest::BitLength;
 using qmtest::BitsAt;
+using qmtest::MidpointPartner;
 using qmtest::Bytes;
 using qmtest::Value;
 
 
-// The boundary elements, then random ones: integers of every magnitude and raw bit patterns.
-Bytes MakeSource(int32_t type, std::mt19937_64& rng) {
-    const size_t size = qm::ElementSize(type), n = std::size(kElements) + 24;
+// The given elements, then `random` random ones: integers of every magnitude and raw bit patterns.
+Bytes MakeSource(int32_t type, const std::vector<double>& given, size_t random, std::mt19937_64& rng) {
+    const size_t size = qm::ElementSize(type), n = given.size() + random;
     Bytes s(n * size);
     for (size_t i = 0; i < n; ++i) {
         const uint64_t bits = rng();
-        const double v = i < std::size(kElements) ? kElements[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
+        const double v = i < given.size() ? given[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
         const float f = static_cast<float>(v);
         const int64_t w = std::isfinite(v) && std::fabs(v) < 0x1p63 ? static_cast<int64_t>(v) : 0;
-        const void* from = i >= std::size(kElements) && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
+        const void* from = i >= given.size() && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
         std::memcpy(&s[i * size], from, size);
     }
     return s;
@@ -139,27 +143,111 @@ bool Check(int32_t srcType, const Bytes& src, int32_t dstType, int inPlace, int3
     return statusOk;
 }
 
+// Every destination type, operation and constant for one source type under one instruction set.
 // 505 to 507 also run element by element, so that each element's own status and result show.
-TEST(ScalarModel, EveryTypePairAndOperationMatchesTheModel) {
-    std::mt19937_64 rng(2024);
-    std::vector<Bytes> sources;
-    for (int32_t type = qm::kI8; type <= qm::kU32; ++type) sources.push_back(MakeSource(type, rng));
-    for (const qm::Isa isa : qmtest::EachIsa()) {
-        qm::SetActiveIsa(isa);
-        int failures = 0;
-        for (int32_t src = qm::kI8; src <= qm::kU32; ++src)
-            for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
-                const Bytes& all = sources[static_cast<size_t>(src - 1)];
-                for (const int32_t op : {256, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509})
-                    for (size_t k = 0; k < (op <= 504 ? std::size(kConstants) : 1); ++k)
-                        for (int inPlace = 0; inPlace <= (qm::ElementSize(src) == qm::ElementSize(dst)); ++inPlace)
-                            failures += !Check(src, all, dst, inPlace, op, kConstants[k], kConstants[(k + 5) % std::size(kConstants)]);
-                for (size_t i = 0, size = qm::ElementSize(src); i < all.size(); i += size)
-                    for (const int32_t op : {505, 506, 507}) failures += !Check(src, Bytes(&all[i], &all[i] + size), dst, false, op, 0, 0);
-            }
-        EXPECT_EQ(failures, 0) << "loop variant " << static_cast<int>(isa);
+class ScalarModel : public testing::TestWithParam<qmtest::IsaAndType> {};
+
+TEST_P(ScalarModel, EveryDestinationAndOperationMatchesTheModel) {
+    const int32_t src = GetParam().type;
+    std::mt19937_64 rng(2024 + src);
+    const Bytes all = MakeSource(src, {std::begin(kElements), std::end(kElements)}, 24, rng);
+    qmtest::ScopedIsa use(GetParam().isa);
+    int failures = 0;
+    for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
+        for (const int32_t op : {256, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509})
+            for (size_t k = 0; k < (op <= 504 ? std::size(kConstants) : 1); ++k)
+                for (int inPlace = 0; inPlace <= (qm::ElementSize(src) == qm::ElementSize(dst)); ++inPlace)
+                    failures +=
+                        !Check(src, all, dst, inPlace, op, kConstants[k], kConstants[(k + 5) % std::size(kConstants)]);
+        for (size_t i = 0, size = qm::ElementSize(src); i < all.size(); i += size)
+            for (const int32_t op : {505, 506, 507})
+                failures += !Check(src, Bytes(&all[i], &all[i] + size), dst, false, op, 0, 0);
     }
+    EXPECT_EQ(failures, 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, ScalarModel, testing::ValuesIn(qmtest::EveryIsaWith({1, 2, 3, 4, 5, 6, 7, 8})),
+                         qmtest::ParamName);
+
+// The engine decides once per call whether plain double or 32-bit arithmetic is exact for every
+// element the call can see: products and sums of at most 53 significant bits (the source's bits
+// plus the constant's), float significands of 24 bits, results within 2^30 or 2^31 for the 32-bit
+// stores, integral addends up to 2^52. The constants and elements below sit on either side of
+// each of these bounds, so that a bound one bit too generous stores a different element.
+
+// Elements (first): the type's extremes, all significant bits set, and the partners of the
+// midpoint products. Constants (second): k significant bits (all set, or random) for every k
+// around a bound, at magnitudes that put products, quotients and sums around 2^28, 2^30, 2^31,
+// 2^52 and 2^53.
+std::pair<std::vector<double>, std::vector<double>> MakeEdges(int32_t type) {
+    const int w = std::array{0, 7, 15, 31, 24, 53, 8, 16, 31}[type];  // significant bits of an element
+    const bool isFloat = type == qm::kF32 || type == qm::kF64;
+    std::mt19937_64 rng(type);
+    std::vector<double> x, a;
+    const double ones = std::ldexp(1, w) - 1;  // every bit set
+    if (isFloat) {
+        for (int exp : {0, 22, 23, 29, 30, 31, 52, 53, 127, 1023, -126, -1022})
+            for (double sign : {1, -1}) x.push_back(sign * std::ldexp(ones, exp - w + 1));
+        x.insert(x.end(), {0, 1, std::ldexp(1, -1074), 1 + 0x1p-23, -1 - 0x1p-52, 3.4028234663852886e38});
+    } else {
+        x.insert(x.end(),
+                 {0, 1, ones, ones - 1, std::ldexp(1, w - 1) + 1, std::ldexp(1, w - 1), std::ldexp(1, w - 2) + 1});
+        if (type != qm::kU8 && type != qm::kU16) x.insert(x.end(), {-1, -ones, -ones - 1, -std::ldexp(1, w - 1) - 1});
+    }
+    // Products of 54 and 55 bits one unit off a float midpoint; the smaller factor is fixed.
+    for (int k = 54 - w; k <= 55 - w && w < 53; ++k)
+        for (int r : {1, -1})
+            for (uint64_t fixed = (uint64_t{1} << std::min(w, k)) - 1; BitLength(fixed) == std::min(w, k); fixed -= 2) {
+                const uint64_t other = MidpointPartner(fixed, std::max(w, k), r);
+                if (other == 0) continue;
+                const double element = std::ldexp(static_cast<double>(w <= k ? fixed : other), isFloat ? 1 - w : 0);
+                const double m = static_cast<double>(w <= k ? other : fixed);
+                x.insert(x.end(), {element, -element});  // floats: in [1, 2)
+                a.insert(a.end(), {m, -m, std::ldexp(m, 1 - k), std::ldexp(-m, -1)});
+                break;
+            }
+    for (int k : {1, 2, 23, 24, 25, 29, 30, 52 - w, 53 - w, 54 - w, 51, 52, 53}) {
+        if (k < 1 || k > 53) continue;
+        const uint64_t all = (uint64_t{1} << k) - 1, random = (rng() | (uint64_t{1} << (k - 1)) | 1) & all;
+        for (int exp : {0, 1, 28, 29, 30 - w, 31 - w, 32 - w, w - 31, w - 30, 30, 31, 32, 52, 53, 54, k - 1})
+            for (uint64_t m : {all, random})  // each sign in turn
+                a.push_back(((k + exp) % 2 == (m == all) ? 1 : -1) * std::ldexp(static_cast<double>(m), exp - k));
+    }
+    // Addends whose sum with the largest element straddles 2^(52 + low) to 2^(54 + low), low being
+    // the addend's lowest set bit.
+    for (int low : {0, -1, -24, w - 53})
+        for (int top = 52; top <= 54 && !isFloat; ++top)
+            for (int step : {-1, 0, 1})
+                for (double sign : {1, -1})
+                    a.push_back(sign * (std::ldexp(1, top + low) - std::ldexp(1, w) + std::ldexp(step, low)));
+    std::sort(a.begin(), a.end());
+    a.erase(std::unique(a.begin(), a.end()), a.end());
+    return {x, a};
+}
+
+// The bounds of a clip that truncates in 32 bits: within int32, at its ends and just beyond.
+const double kClipBounds[] = {0x1p31, 0x1p31 - 1, 0x1p31 - 0.5, 0x1p31 + 0.5, 0x1p31 + 1, 0x1p30, 0x1p32};
+
+class ScalarExactness : public testing::TestWithParam<qmtest::IsaAndType> {};
+
+TEST_P(ScalarExactness, ConstantsAndElementsOnEveryBoundOfTheEvaluation) {
+    const int32_t src = GetParam().type;
+    std::mt19937_64 rng(src);
+    const auto [elements, constants] = MakeEdges(src);
+    const Bytes all = MakeSource(src, elements, 8, rng);
+    qmtest::ScopedIsa use(GetParam().isa);
+    int failures = 0;
+    for (int32_t dst = qm::kI8; dst <= qm::kU32 && failures < 20; ++dst) {
+        for (const double a : constants)
+            for (const int32_t op : {501, 503, 504}) failures += !Check(src, all, dst, false, op, a, 0);
+        for (const double c : kClipBounds)
+            failures += !Check(src, all, dst, false, 256, -c, c) + !Check(src, all, dst, false, 256, c, -c);
+    }
+    EXPECT_EQ(failures, 0) << constants.size() << " constants";
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ScalarExactness, testing::ValuesIn(qmtest::EveryIsaWith({1, 2, 3, 4, 5, 6, 7, 8})),
+                         qmtest::ParamName);
 
 TEST(ScalarDispatch, ChecksInOrderAndWritesNothingOnFailure) {
     std::vector<uint16_t> six(6, 1), four(4, 1), out(6, 7);
@@ -219,6 +307,25 @@ TEST(ScalarExports, ProcessesUseTheConstantsAndReportElementsNotComputed) {
     }
 }
 
+// Products of more significant bits than a double holds, one unit off a float midpoint, through
+// the exported functions: the stored float is the exact product rounded once.
+TEST(ScalarExports, ProductsBeyondDoublePrecisionRoundOnceIntoFloats) {
+    const double cases[][3] = {{1672147523, 8350315, 1.39629591e16},  // element, A, the float stored
+                               {-1672147523, 8350315, -1.39629591e16},
+                               {1672147523, -8350315.0 / 1024, -1.39629591e16 / 1024}};
+    for (const auto& [element, a, want] : cases) {
+        qmtest::ScopedInstance h;
+        std::vector<int32_t> src = {static_cast<int32_t>(element)};
+        std::vector<float> out = {0};
+        QmdDataStruct s = Describe(src, 1, 1, qmeTypeI32), d = Describe(out, 1, 1, qmeTypeF32);
+        MathSetProcess(h, 503, 1);
+        MathSetConstant(h, qmeConstA, a);
+        MathSetData(h, qmeDataOperand1, &s);
+        EXPECT_EQ(MathProcessData(h, &d), qmeSuccess);
+        EXPECT_EQ(out[0], static_cast<float>(want)) << element << " x " << a;
+    }
+}
+
 TEST(ScalarStatistics, MaximumAndMean) {
     std::vector<float> floats = {5, static_cast<float>(kNaN), 1};
     std::vector<uint32_t> words = {0xFFFFFFFFu, 1};
@@ -250,28 +357,6 @@ TEST(ScalarStatistics, MaximumAndMean) {
         EXPECT_EQ(c.statistic(c.image, &result), c.status);
         if (std::isnan(c.want)) EXPECT_TRUE(std::isnan(result));
         else EXPECT_EQ(result, c.want);
-    }
-}
-
-// Exact values whose rounding depends on the parts below hi, which few operations reach.
-TEST(ExactArithmetic, RoundsUnevaluatedSumsOnce) {
-    const struct {
-        qm::ExactValue v;
-        float f;
-        int64_t t;
-    } cases[] = {
-        {{1 + 0x1p-24, 0x1p-70, 0}, 1 + 0x1p-23f, 1},  // a float midpoint, just above
-        {{1 + 0x1p-24, 0, -1e-300}, 1.0f, 1},          // only the tail tells
-        {{3.0, -0x1p-60, 0}, 3.0f, 2},                 // an integral hi, truncated toward zero
-        {{-3.0, 0, 0x1p-60}, -3.0f, -2},
-        {{0x1p60, 1.0, -1e-30}, 0x1p60f, int64_t{1} << 60},  // an integral lo, the tail below it
-        {{0x1p60, -1.0, 1e-30}, 0x1p60f, (int64_t{1} << 60) - 1},
-        {{0x1p63, -1.0, 0}, 0x1p63f, INT64_MAX},       // the ends of the 64-bit range
-        {{0x1.fffffep127 + 0x1p103, -0x1p-1000, 0}, 0x1.fffffep127f, INT64_MIN},  // below the overflow tie
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(qm::RoundToFloat(c.v), c.f) << c.v.hi << " " << c.v.lo << " " << c.v.tail;
-        EXPECT_EQ(qm::TruncateExact(c.v), c.t) << c.v.hi << " " << c.v.lo << " " << c.v.tail;
     }
 }
 

@@ -1,4 +1,4 @@
-// Helpers shared by the model comparisons: raw element buffers and the instruction sets to run.
+// Raw element buffers, shared by the model comparisons.
 #pragma once
 
 #include <bit>
@@ -6,7 +6,6 @@
 #include <cstring>
 #include <vector>
 
-#include "core/cpu.h"
 #include "core/element_types.h"
 
 namespace qmtest {
@@ -29,24 +28,5 @@ inline double Value(int32_t type, uint64_t w) {
     if (type == qm::kU8 || type == qm::kU16) return static_cast<double>(w);
     return static_cast<double>(static_cast<int64_t>(w << unused) >> unused);
 }
-
-// The instruction sets this machine runs, lowest first. The detected set is restored when the
-// range ends, so a failing test leaves no lowered set behind. Use: for (qm::Isa isa : EachIsa())
-// { qm::SetActiveIsa(isa); ... }
-class EachIsa {
-public:
-    EachIsa() {
-        for (qm::Isa isa : {qm::Isa::Baseline, qm::Isa::Avx2, qm::Isa::Avx512})
-            if (isa <= qm::DetectedIsa()) sets_.push_back(isa);
-    }
-    ~EachIsa() { qm::SetActiveIsa(qm::DetectedIsa()); }
-    EachIsa(const EachIsa&) = delete;
-    EachIsa& operator=(const EachIsa&) = delete;
-    auto begin() const { return sets_.begin(); }
-    auto end() const { return sets_.end(); }
-
-private:
-    std::vector<qm::Isa> sets_;
-};
 
 }  // namespace qmtest

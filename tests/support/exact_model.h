@@ -5,6 +5,7 @@
 #include <gmpxx.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -32,6 +33,24 @@ template <class F> F RoundToNearestEven(const mpq_class& q) {
 inline int64_t TruncateTowardZero(const mpq_class& q) {
     const mpz_class t = q.get_num() / q.get_den();  // mpz division truncates
     return t.fits_slong_p() ? t.get_si() : std::numeric_limits<int64_t>::min();
+}
+
+inline int BitLength(uint64_t v) { return 64 - std::countl_zero(v); }
+
+// An odd factor y of `bits` bits with fixed x y = q 2^s + r, q odd of 25 bits and r = +-1: the
+// double nearest the product is the float midpoint q 2^s, which ties to the even float on the side
+// away from r, while the exact product rounds toward r. 0 when this odd fixed has none.
+inline uint64_t MidpointPartner(uint64_t fixed, int bits, int r) {
+    const int s = BitLength(fixed) + bits - 25;  // products of up to 63 bits, fixed below 2^32
+    uint64_t inverse = 1;                        // 2^-s modulo fixed
+    for (int i = 0; i < s; ++i) inverse = inverse * ((fixed + 1) / 2) % fixed;
+    const uint64_t c = r > 0 ? (fixed - inverse) % fixed : inverse;  // q 2^s = -r
+    for (uint64_t q = 0x1000000 / fixed * fixed + c; q < 0x2000000; q += fixed) {
+        if (q < 0x1000000 || q % 4 != (r > 0 ? 1u : 3u)) continue;  // q 2^s must tie away from r
+        const uint64_t y = ((q << s) + static_cast<uint64_t>(static_cast<int64_t>(r))) / fixed;
+        if (BitLength(y) == bits) return y;
+    }
+    return 0;
 }
 
 }  // namespace qmtest
