@@ -85,9 +85,9 @@ bool Flat(double* v, const float* flat, size_t n) noexcept {
     bool narrow = true;
     for (; i + kLanes <= n; i += kLanes) {
         const VD x = LoadVD(v + i);
-        narrow &= AllOf((x > -0x1p29) & (x < 0x1p29));
+        narrow &= AllOf((x > -kNarrowLimit) & (x < kNarrowLimit));
     }
-    for (; i < n; ++i) narrow &= v[i] > -0x1p29 && v[i] < 0x1p29;
+    for (; i < n; ++i) narrow &= v[i] > -kNarrowLimit && v[i] < kNarrowLimit;
     if (!narrow) return false;
     i = 0;
     for (; i + kLanes <= n; i += kLanes)

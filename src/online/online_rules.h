@@ -49,6 +49,7 @@ constexpr int BaseBits(Reading r) noexcept {
     return r.dark == DarkRule::Off ? source : r.dark == DarkRule::Wrap ? 32 : 33;
 }
 inline constexpr int kNarrowBits = 29;
+inline constexpr double kNarrowLimit = 0x1p29;  // 2^kNarrowBits
 
 // Stage forms over a value type V (a vector of lanes, or one value) for values that are exact.
 template <class V> QM_INLINE V Broadcast(double a) noexcept { return a - V{}; }

@@ -16,9 +16,9 @@
 
 #include "arith/arith_dispatch.h"
 #include "core/element_types.h"
+#include "core/stream.h"
 #include "online/online.h"
 #include "scalar/scalar_dispatch.h"
-#include "core/stream.h"
 #include "support/elements.h"
 #include "support/isa.h"
 
@@ -27,7 +27,7 @@ namespace {
 using qmtest::Bytes;
 
 constexpr int32_t kTypes[] = {qm::kI8, qm::kI16, qm::kI32, qm::kF32, qm::kF64, qm::kU8, qm::kU16, qm::kU32};
-constexpr size_t kCount = 1100;  // crosses two block boundaries and leaves a tail
+constexpr size_t kCount = 1100;             // crosses two block boundaries and leaves a tail
 constexpr size_t kSpan = 16 * kCount + 64;  // room for one image of any type
 
 // Elements of every kind, special floating values included (NaN, infinities, beyond int64).
@@ -101,7 +101,8 @@ void ExpectAlignmentFree(const Call& call, const Layout& l, size_t shift, const 
     const qm::Status sa = Run(call, l, aligned, 0, kCount), sm = Run(call, m, moved, 0, kCount);
     EXPECT_EQ(sa, sm) << what;
     const size_t bytes = kCount * qm::ElementSize(l.dstType);
-    EXPECT_EQ(0, std::memcmp(aligned.data() + l.dstAt, moved.data() + m.dstAt, bytes)) << what << " shifted by " << shift;
+    EXPECT_EQ(0, std::memcmp(aligned.data() + l.dstAt, moved.data() + m.dstAt, bytes))
+        << what << " shifted by " << shift;
 }
 
 Call Scalar(int32_t op, double a, double b) {
@@ -151,8 +152,8 @@ TEST(HostBuffers, MisalignedImagesGiveTheSameBytes) {
             for (int32_t s : {qm::kU16, qm::kU32, qm::kI32, qm::kU8})
                 for (int32_t d : kTypes)
                     for (uint32_t options : kOnlineOptions)
-                        ExpectAlignmentFree(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, 0, s, kSpan), shift,
-                                            "online");
+                        ExpectAlignmentFree(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, 0, s, kSpan),
+                                            shift, "online");
         }
     });
 }
@@ -160,7 +161,7 @@ TEST(HostBuffers, MisalignedImagesGiveTheSameBytes) {
 TEST(HostBuffers, OutputsOverSourcesFollowTheElementOrder) {
     // Destinations starting before, on and after their source, narrower, as wide and wider.
     const std::pair<int32_t, int32_t> widths[] = {{qm::kU16, qm::kI32}, {qm::kI32, qm::kU16}, {qm::kU8, qm::kF64},
-                                                 {qm::kF64, qm::kU8},  {qm::kF32, qm::kF32}, {qm::kU16, qm::kU16}};
+                                                  {qm::kF64, qm::kU8},  {qm::kF32, qm::kF32}, {qm::kU16, qm::kU16}};
     qmtest::OnEveryIsa([&](qm::Isa) {
         for (auto [s, d] : widths)
             for (int delta : {-8, -2, 0, 1, 2, 6, 16}) {
@@ -179,8 +180,8 @@ TEST(HostBuffers, OutputsOverSourcesFollowTheElementOrder) {
                 }
                 if (s == qm::kU16 || s == qm::kI32)
                     for (uint32_t options : kOnlineOptions)
-                        ExpectElementOrder(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, at, s, base), start,
-                                           "online");
+                        ExpectElementOrder(Online(options, options & 0x004 ? 2 : 1), OnlineLayout(d, at, s, base),
+                                           start, "online");
             }
     });
 }
@@ -199,11 +200,13 @@ TEST(HostBuffers, OutputsLargerThanTheCacheAreStreamedWithTheSameBytes) {
         QmdDataStruct d = Image(out.data() + 3 + first * 8, qm::kF64, count);
         const QmdDataStruct sa = Image(a.data() + 1 + first * 2, qm::kU16, count);
         std::vector<QmdDataStruct> s = {sa, Image(b.data() + first * 2, qm::kU16, count)};
-        if (online) s = {sa, Image(dark.data() + first * 4, qm::kI32, count), Image(flat.data() + first * 4, qm::kF32, count), sa};
+        if (online)
+            s = {sa, Image(dark.data() + first * 4, qm::kI32, count), Image(flat.data() + first * 4, qm::kF32, count),
+                 sa};
         return call(d, s);
     };
-    const std::pair<Call, bool> calls[] = {{Scalar(503, 0.1, 0.0), false}, {Scalar(509, 0.0, 0.0), false},
-                                           {Arith(3), false}, {Online(0x003, 1), true}};
+    const std::pair<Call, bool> calls[] = {
+        {Scalar(503, 0.1, 0.0), false}, {Scalar(509, 0.0, 0.0), false}, {Arith(3), false}, {Online(0x003, 1), true}};
     for (const auto& [call, online] : calls) {
         const qm::Status s = run(call, online, whole, 0, n);
         for (size_t p = 0; p < parts; ++p) {
@@ -225,7 +228,8 @@ TEST(HostBuffers, SpecialValuesConvertByTheStoreRule) {
             Bytes out(kCount * 4, 0xAB);
             QmdDataStruct o = Image(out.data(), d, kCount);
             ASSERT_EQ(qm::ScalarDispatch(509, &o, &s, 0.0, 0.0), qm::Status::Ok);
-            for (size_t i = 0; i < kCount; ++i) ASSERT_EQ(qmtest::BitsAt(out, i, qm::ElementSize(d)), 0u) << d << " " << i;
+            for (size_t i = 0; i < kCount; ++i)
+                ASSERT_EQ(qmtest::BitsAt(out, i, qm::ElementSize(d)), 0u) << d << " " << i;
         }
     });
 }

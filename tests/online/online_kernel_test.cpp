@@ -33,11 +33,14 @@ struct Frames {
 // the general rule.
 Frames MakeFrames(int srcType, bool camera) {
     static const std::vector<uint32_t> kEdges[5] = {
-        {}, {0, 1, 100, 128, 200, 255}, {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
+        {},
+        {0, 1, 100, 128, 200, 255},
+        {0, 1, 2, 100, 101, 1000, 5000, 32767, 32768, 65534, 65535},
         {0x000000, 0xFFFFFF, 0x1F140A, 0x646464, 0xC8C8C8, 0x010000},
         {0, 1, 5, 1000, 70000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFFE, 0x40000001}};
     static const int32_t kDark[] = {0, 0, INT32_MIN, INT32_MAX, -1};
-    static const float kFlat[] = {1.0f, 0.5f, 0.0f, 2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f, 1e-38f, 3e38f, INFINITY, NAN, -1.5f, 0.333333343f};
+    static const float kFlat[] = {1.0f,   0.5f,  0.0f,     2.0f, 1.0f + 0x1p-23f, 1.0f - 0x1p-24f, 1e-45f,
+                                  1e-38f, 3e38f, INFINITY, NAN,  -1.5f,           0.333333343f};
     static const float kGain[] = {1.0f, 0.5f, 2.0f, 0.0f, -1.0f, 10.0f};
     std::mt19937 rng(srcType * 7919u + camera);
     const int bytes = srcType == 6 ? 1 : srcType == 15 ? 3 : srcType == 8 || srcType == 3 ? 4 : 2;
@@ -45,9 +48,12 @@ Frames MakeFrames(int srcType, bool camera) {
     f.src.resize(f.n * 4);
     for (size_t i = 0; i < f.n; ++i) {
         uint32_t v = rng();
-        if (camera) v &= bytes == 1 ? 0xFF : bytes == 3 ? 0xFFFFFF : 0xFFFF;
-        else if (i < kEdges[bytes].size()) v = kEdges[bytes][i];
-        else if (bytes == 4 && i % 3 == 0) v &= 0xFFFF;
+        if (camera)
+            v &= bytes == 1 ? 0xFF : bytes == 3 ? 0xFFFFFF : 0xFFFF;
+        else if (i < kEdges[bytes].size())
+            v = kEdges[bytes][i];
+        else if (bytes == 4 && i % 3 == 0)
+            v &= 0xFFFF;
         std::memcpy(&f.src[i * bytes], &v, bytes);
         const int64_t taken = bytes == 4 ? v : v & 0xFFFF;
         if (camera) {
@@ -57,9 +63,13 @@ Frames MakeFrames(int srcType, bool camera) {
             continue;
         }
         const size_t d = i % 7;
-        f.dark.push_back(d == 1 ? static_cast<int32_t>(taken + 200) : d == 5 ? static_cast<int32_t>(rng() % 2000) - 1000 : d == 6 ? static_cast<int32_t>(rng()) : kDark[d]);
+        f.dark.push_back(d == 1   ? static_cast<int32_t>(taken + 200)
+                         : d == 5 ? static_cast<int32_t>(rng() % 2000) - 1000
+                         : d == 6 ? static_cast<int32_t>(rng())
+                                  : kDark[d]);
         f.flat.push_back(i % 2 == 0 && i / 2 < std::size(kFlat) ? kFlat[i / 2]
-                         : i % 3 == 0 ? 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f : static_cast<float>(rng() % 40000) / 10000.0f);
+                         : i % 3 == 0                           ? 1.0f + static_cast<float>(rng() & 0x7FFFFF) * 0x1p-23f
+                                                                : static_cast<float>(rng() % 40000) / 10000.0f);
         f.gain.push_back(i < std::size(kGain) ? kGain[i] : static_cast<float>(rng() % 100000 + 1) / 997.0f);
         if (i == 8) f.tie = static_cast<double>(taken) * static_cast<double>(f.flat[8]);
     }
@@ -104,7 +114,8 @@ TEST_P(OnlineModel, EveryKernelMatchesTheReferenceModel) {
         // frames: bounds inside the values, and bounds that store outside int32.
         const std::vector<std::pair<double, double>> bounds =
             camera ? std::vector<std::pair<double, double>>{{1000.5, 3000.0}, {3e9, -3e9}}
-                   : std::vector<std::pair<double, double>>{{100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
+                   : std::vector<std::pair<double, double>>{
+                         {100.0, 60000.0}, {-5e8, 3e9}, {1000.5, 200.0}, {f.tie, f.tie}};
         for (int outType = 1; outType <= 8; ++outType) {
             const int size = onlinemodel::kSize[outType];
             std::mt19937 rng(outType * 31 + srcType);
@@ -113,11 +124,17 @@ TEST_P(OnlineModel, EveryKernelMatchesTheReferenceModel) {
                 const double d = static_cast<double>(rng() % 100000) - 50000.0;
                 const float x = static_cast<float>(d);
                 const uint32_t bits = static_cast<uint32_t>(rng());
-                std::memcpy(&old[i * size], outType == 4 ? static_cast<const void*>(&x) : outType == 5 ? static_cast<const void*>(&d) : &bits, size);
+                std::memcpy(&old[i * size],
+                            outType == 4   ? static_cast<const void*>(&x)
+                            : outType == 5 ? static_cast<const void*>(&d)
+                                           : &bits,
+                            size);
             }
-            for (int combo = 0; combo < 48; ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
+            for (int combo = 0; combo < 48;
+                 ++combo) {  // dark, flat, final stage; write, accumulate bit on frame 1 or 2
                 const int mode = combo >> 4;
-                const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2, static_cast<Final>((combo >> 2) & 3)};
+                const onlinemodel::Options o{(combo & 1) != 0, (combo & 2) != 0, mode == 2,
+                                             static_cast<Final>((combo >> 2) & 3)};
                 const uint32_t stageBit[] = {0, qm::kOnlineLog10, qm::kOnlineThreshold, qm::kOnlineClipRange};
                 qm::OnlineFrame frame;
                 frame.options = (o.dark ? qm::kOnlineDarkSubtract : 0u) | (o.flat ? qm::kOnlineFlatField : 0u) |
@@ -127,19 +144,23 @@ TEST_P(OnlineModel, EveryKernelMatchesTheReferenceModel) {
                     std::tie(frame.a, frame.b) = bounds[bi];
                     std::vector<unsigned char> expected = old, out = old;
                     for (size_t i = 0; i < f.n; ++i) {
-                        onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(), f.flat.data(), f.gain.data(), frame.a, frame.b, o);
-                        if (o.accumulate) onlinemodel::Accumulate(&expected[i * size], outType, one.data());
-                        else std::memcpy(&expected[i * size], one.data(), size);
+                        onlinemodel::ModelPixel(one.data(), outType, original.data(), srcType, i, f.dark.data(),
+                                                f.flat.data(), f.gain.data(), frame.a, frame.b, o);
+                        if (o.accumulate)
+                            onlinemodel::Accumulate(&expected[i * size], outType, one.data());
+                        else
+                            std::memcpy(&expected[i * size], one.data(), size);
                     }
                     QmdDataStruct output{out.data(), n, 1, outType, 1, {}};
-                    frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain, frame.output = &output;
+                    frame.source = &src, frame.dark = &dark, frame.flat = &flat, frame.gain = &gain,
+                    frame.output = &output;
                     frame.frameCount = 5;
                     frame.frameNumber = mode == 2 ? 2 : 1;
                     ASSERT_EQ(RunPipeline(frame, srcType), qm::Status::Ok);
                     for (size_t i = 0; i < f.n; ++i)
                         ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
-                            << "out " << outType << " options 0x" << std::hex
-                            << frame.options << std::dec << " frame " << frame.frameNumber << " bounds " << bi << " pixel " << i;
+                            << "out " << outType << " options 0x" << std::hex << frame.options << std::dec << " frame "
+                            << frame.frameNumber << " bounds " << bi << " pixel " << i;
                     ++checked;
                 }
             }
@@ -165,23 +186,35 @@ TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
                         uint64_t m = 0xFFFFFF, v = 0;                // the factor's significand, then |s - d|
                         while ((v = qmtest::MidpointPartner(m, bits, r)) == 0) m -= 2;
                         const int64_t value = sign * static_cast<int64_t>(v);
-                        float f = std::ldexp(static_cast<float>(m), -23), out = 0;
+                        const float f = std::ldexp(static_cast<float>(m), -23);
                         const float want = qmtest::RoundToNearestEven<float>(mpq_class(static_cast<long>(value)) * f);
                         ASSERT_NE(want, static_cast<float>(static_cast<double>(value) * f));  // rounded twice
                         // 16-bit pixels: s = 5 and the dark makes up the value; 32-bit ones: the dark is -3.
-                        const bool wide = type == 8 || type == 3;
-                        int32_t d = !dark ? 0 : wide ? -3 : static_cast<int32_t>(5u - static_cast<uint32_t>(value));
-                        uint32_t s = wide ? static_cast<uint32_t>(value + d) : 5u;
-                        QmdDataStruct srcD{&s, 1, 1, type, 1, {}}, darkD{&d, 1, 1, 3, 1, {}}, flatD{&f, 1, 1, 4, 1, {}},
-                            outD{&out, 1, 1, 4, 1, {}};
-                        for (uint32_t frameNumber : {1u, 2u}) {  // write, then accumulate onto 0
-                            out = 0;
-                            const uint32_t options = (dark ? qm::kOnlineDarkSubtract : 0u) | qm::kOnlineFlatField |
-                                                     (frameNumber == 2 ? qm::kOnlineAccumulate : 0u);
-                            qm::OnlineFrame frame{options, &srcD, nullptr, &darkD, &flatD, &outD, 0, 0, 5, frameNumber};
-                            ASSERT_EQ(RunPipeline(frame, type), qm::Status::Ok);
-                            EXPECT_EQ(out, want) << "source " << type << " value " << value << " x " << f << " frame "
-                                                 << frameNumber << std::hexfloat << ": got " << out << " want " << want;
+                        for (const uint32_t n : {16u, 1u}) {
+                            // Frames of equal pixels: 16 (whole vectors of every set) and 1 (a tail alone).
+                            const bool wide = type == 8 || type == 3;
+                            const int32_t d0 = !dark  ? 0
+                                               : wide ? -3
+                                                      : static_cast<int32_t>(5u - static_cast<uint32_t>(value));
+                            std::vector<int32_t> d(n, d0);
+                            std::vector<uint32_t> s(n, wide ? static_cast<uint32_t>(value + d0) : 5u);
+                            std::vector<uint16_t> s16(n, 5);
+                            std::vector<float> fs(n, f), outs(n);
+                            QmdDataStruct srcD{wide ? static_cast<void*>(s.data()) : s16.data(), n, 1, type, 1, {}},
+                                darkD{d.data(), n, 1, 3, 1, {}}, flatD{fs.data(), n, 1, 4, 1, {}},
+                                outD{outs.data(), n, 1, 4, 1, {}};
+                            for (uint32_t frameNumber : {1u, 2u}) {  // write, then accumulate onto 0
+                                std::fill(outs.begin(), outs.end(), 0.0f);
+                                const uint32_t options = (dark ? qm::kOnlineDarkSubtract : 0u) | qm::kOnlineFlatField |
+                                                         (frameNumber == 2 ? qm::kOnlineAccumulate : 0u);
+                                qm::OnlineFrame frame{options, &srcD, nullptr, &darkD, &flatD,
+                                                      &outD,   0,     0,       5,      frameNumber};
+                                ASSERT_EQ(RunPipeline(frame, type), qm::Status::Ok);
+                                for (const float got : outs)
+                                    EXPECT_EQ(got, want)
+                                        << "source " << type << " value " << value << " x " << f << " frame "
+                                        << frameNumber << std::hexfloat << ": got " << got << " want " << want;
+                            }
                         }
                     }
     });

@@ -32,7 +32,8 @@ TEST(ScalarLog10, LargeImagesOfNarrowSourcesMatchTheElementRule) {
                 qm::Status expected = qm::Status::Ok;
                 for (size_t i = 0; i < n; ++i) {
                     QmdDataStruct one{src.data() + i * size, 1, 1, s, 1, {}}, o{single.data() + i * ds, 1, 1, d, 1, {}};
-                    if (qm::ScalarDispatch(505, &o, &one, 0.0, 0.0) != qm::Status::Ok) expected = qm::Status::ElementNotComputed;
+                    if (qm::ScalarDispatch(505, &o, &one, 0.0, 0.0) != qm::Status::Ok)
+                        expected = qm::Status::ElementNotComputed;
                 }
                 EXPECT_EQ(status, expected) << s << " -> " << d;
                 EXPECT_TRUE(whole == single) << s << " -> " << d;
