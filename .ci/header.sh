@@ -13,6 +13,7 @@ if [ ${#need[@]} -gt 0 ]; then
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${need[@]}"
 fi
 
+echo "== the public header alone in every C and C++ dialect, gcc and clang =="
 flags=(-Wall -Wextra -pedantic -Werror -fsyntax-only -Iinclude)
 fail=0
 printf '%-8s' ""; for s in c89 c99 c11 c++98 c++11 c++17 c++20; do printf '%-7s' "$s"; done; echo

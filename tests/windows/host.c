@@ -69,18 +69,19 @@ int main(int argc, char** argv) {
         printf("FAIL LoadLibrary(\"%s\"): error %lu\n", path, (unsigned long)GetLastError());
         return 1;
     }
-    /* Function pointers from GetProcAddress: the conversion every Windows host makes. */
-    deviceId = (DeviceIdFn)Need(dll, "GetDeviceID");
-    version = (VersionFn)Need(dll, "MathVerOfDLL");
-    create = (CreateFn)Need(dll, "MathCreate");
-    destroy = (HandleFn)Need(dll, "MathDelete");
-    setProcess = (SetProcessFn)Need(dll, "MathSetProcess");
-    setConstant = (SetConstantFn)Need(dll, "MathSetConstant");
-    setData = (SetDataFn)Need(dll, "MathSetData");
-    process = (ProcessFn)Need(dll, "MathProcessData");
-    bayerSimple = (BayerSimpleFn)Need(dll, "MathBayerSimple");
-    bayerU16 = (BayerMemberFn)Need(dll, "_Z23MathBayerInterpolateU16P13QmdDataStructS0_tdddiiist");
-    statusText = (StatusTextFn)Need(dll, "QmStatusText");
+    /* Function pointers from GetProcAddress, converted through a generic function pointer type
+     * (the conversion every Windows host makes; FARPROC itself has no parameters). */
+    deviceId = (DeviceIdFn)(void (*)(void))Need(dll, "GetDeviceID");
+    version = (VersionFn)(void (*)(void))Need(dll, "MathVerOfDLL");
+    create = (CreateFn)(void (*)(void))Need(dll, "MathCreate");
+    destroy = (HandleFn)(void (*)(void))Need(dll, "MathDelete");
+    setProcess = (SetProcessFn)(void (*)(void))Need(dll, "MathSetProcess");
+    setConstant = (SetConstantFn)(void (*)(void))Need(dll, "MathSetConstant");
+    setData = (SetDataFn)(void (*)(void))Need(dll, "MathSetData");
+    process = (ProcessFn)(void (*)(void))Need(dll, "MathProcessData");
+    bayerSimple = (BayerSimpleFn)(void (*)(void))Need(dll, "MathBayerSimple");
+    bayerU16 = (BayerMemberFn)(void (*)(void))Need(dll, "_Z23MathBayerInterpolateU16P13QmdDataStructS0_tdddiiist");
+    statusText = (StatusTextFn)(void (*)(void))Need(dll, "QmStatusText");
     {
         static const char* const others[] = {"GetDeviceCount",
                                              "MathReset",
@@ -186,18 +187,23 @@ int main(int argc, char** argv) {
         printf("     a U16-typed destination of the same shape: status %d\n", (int)refused);
     }
 
-    { /* The C++ member by its mangled name: a uniform mosaic stays uniform. */
-        uint16_t mosaic[9];
-        QmdRgbTriple rgb[9];
-        QmdDataStruct ds = Image(mosaic, 3, 3, qmeTypeU16), dd = Image(rgb, 3, 3, qmeTypeRgb24);
+    { /* The C++ member by its mangled name: a uniform 3 x 4 mosaic stays uniform in rows 0 to 2 (the
+       * last column of a row reads the first sample of the row after next, so 4 rows are needed). */
+        uint16_t mosaic[12];
+        QmdRgbTriple rgb[12];
+        QmdDataStruct ds = Image(mosaic, 3, 4, qmeTypeU16), dd = Image(rgb, 3, 4, qmeTypeRgb24);
         QmeErrorCode st;
         int i, ok = 1;
-        for (i = 0; i < 9; ++i) mosaic[i] = 100;
+        for (i = 0; i < 12; ++i) mosaic[i] = 100;
         memset(rgb, 0xAB, sizeof rgb);
         st = bayerU16(&dd, &ds, 0, 1.0, 1.0, 1.0, 0, 0, 0, 0, 1);
-        for (i = 0; i < 6; ++i) ok = ok && rgb[i].rgbtBlue == 100 && rgb[i].rgbtGreen == 100 && rgb[i].rgbtRed == 100;
-        ok = ok && rgb[6].rgbtBlue == 0xAB;
-        Report(st == 0 && ok, "MathBayerInterpolateU16 3 x 3 of 100: rows 0 and 1 are 100, row 2 untouched");
+        for (i = 0; i < 9; ++i) ok = ok && rgb[i].rgbtBlue == 100 && rgb[i].rgbtGreen == 100 && rgb[i].rgbtRed == 100;
+        ok = ok && rgb[9].rgbtBlue == 0xAB && rgb[11].rgbtRed == 0xAB;
+        if (st != 0) printf("     status %d: %s\n", (int)st, statusText(st));
+        if (!ok)
+            for (i = 0; i < 12; ++i)
+                printf("     pixel %d: (%u, %u, %u)\n", i, rgb[i].rgbtBlue, rgb[i].rgbtGreen, rgb[i].rgbtRed);
+        Report(st == 0 && ok, "MathBayerInterpolateU16 3 x 4 of 100: rows 0 to 2 are 100, row 3 untouched");
     }
 
     { /* Status text. */
