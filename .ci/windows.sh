@@ -38,19 +38,25 @@ declare -A args=(
   [_Z23MathBayerInterpolateI16P13QmdDataStructS0_tdddiiist]=56
   [_Z23MathBayerInterpolateU32P13QmdDataStructS0_tdddiiist]=56
   [_Z23MathBayerInterpolateI32P13QmdDataStructS0_tdddiiist]=56)
-base=$($objdump -p "$dll" | awk '/^ImageBase/ {print $2}')
-# "[Ordinal/Name Pointer] Table" lines: [ n] name; the export address table gives each RVA.
-mapfile -t names < <($objdump -p "$dll" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' | awk '/^\t\[/ {print $NF}')
-mapfile -t rvas < <($objdump -p "$dll" | sed -n '/Export Address Table/,/^$/p' | awk '/\[/ {print $3}')
+
+# "[Ordinal/Name Pointer] Table" lines are "[ n] name"; the export address table's are
+# "[ n] +base[ m] rva Export RVA": the same n joins a name to its address.
+table=$($objdump -p "$dll")
+base=$(awk '/^ImageBase/ {print $2}' <<<"$table")
+mapfile -t names < <(sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' <<<"$table" |
+  sed -n 's/^\t\[ *\([0-9]*\)\] \(.*\)$/\1 \2/p')
+declare -A rva_of=()
+while read -r n rva; do rva_of[$n]=$rva; done < <(sed -n '/Export Address Table -- Ordinal Base/,/^$/p' <<<"$table" |
+  sed -n 's/^\t\[ *\([0-9]*\)\] +base\[ *[0-9]*\] \([0-9a-f]*\) Export RVA$/\1 \2/p')
 fail=0
 [ ${#names[@]} -eq ${#args[@]} ] || { echo "expected ${#args[@]} exports, found ${#names[@]}"; fail=1; }
 printf '  %-58s %-10s %s\n' name rva "returns with"
-for i in "${!names[@]}"; do
-  name=${names[$i]} rva=${rvas[$i]}
+for entry in "${names[@]}"; do
+  name=${entry#* } rva=${rva_of[${entry%% *}]:-0}
   start=$(printf '0x%x' $((0x$base + 0x$rva)))
   # The function's own returns: ret with the argument bytes (or a jump to a routine that has them).
   rets=$($objdump -d --no-show-raw-insn --start-address="$start" --stop-address=$(printf '0x%x' $((start + 4096))) "$dll" |
-    awk '/\tret/ {print $2 " " $3; exit}')
+    awk '/\tret/ && !found {print $2 " " $3; found = 1}')
   want=${args[$name]:-}
   expect=$(printf 'ret $0x%x' "${want:-0}")
   if [ -z "$want" ] || [[ $name == *@* ]] || [ "$rets" != "$expect" ]; then fail=1; mark="FAIL"; else mark=""; fi
