@@ -18,7 +18,7 @@ fi
 launch=()
 command -v ccache >/dev/null && launch=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-build=build/default
+build=${QMATH_BUILD_DIR:-build/default}  # any configured tree of the top-level project
 if [ ! -f "$build/CMakeCache.txt" ]; then
   build=build/install
   cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQMATH_BUILD_TESTS=OFF -DQMATH_BUILD_EXAMPLES=OFF \
@@ -31,8 +31,7 @@ trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 echo "== install into a temporary prefix =="
 cmake --install "$build" --prefix "$prefix" >/dev/null
-(cd "$prefix" && find . \( -type f -o -type l \) | sort | sed 's/^\.\//  /')
-ls -l "$prefix"/lib/libqmath.so* | awk '{print "  " $9, $10, $11}' | sed "s|$prefix/||g"
+(cd "$prefix" && find . -type f -printf '  %P\n' -o -type l -printf '  %P -> %l\n' | sort)
 
 echo "== consumer through find_package(qmath 3) =="
 cmake -S tests/consumers/cmake -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" "${launch[@]}" >/dev/null
@@ -45,6 +44,11 @@ echo "  pkg-config --modversion qmath: $(pkg-config --modversion qmath); --libs:
 c++ -std=c++11 -Wall -Wextra -pedantic -Werror tests/consumers/pkgconfig/main.cpp $(pkg-config --cflags --libs qmath) \
   -Wl,-rpath,"$(pkg-config --variable=libdir qmath)" -o "$work/pkgconfig_consumer"
 "$work/pkgconfig_consumer"
+
+echo "== qmath as a sub-project (add_subdirectory), GoogleTest and Google Benchmark hidden: configure only =="
+cmake -S tests/consumers/subdirectory -B "$work/subdirectory" -G Ninja -DQMATH_SOURCE_DIR="$root" \
+  -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON --no-warn-unused-cli >/dev/null
+echo "  configured: qmath::qmath present, no tests, benchmarks or examples"
 
 echo "== examples against the installed package =="
 cmake -S examples -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" "${launch[@]}" >/dev/null

@@ -82,6 +82,7 @@ int main(void) {
         fprintf(stderr, "process 2001: %s\n", QmStatusText(status));
         return 1;
     }
+    /* The last column reads on into the next row (the module's edge rule), so it mixes the two halves. */
     Print("bilinear interpolation, offsets 16, unit gains, shift 4 (the last row is not written)", full, kW, kH - 1);
     return 0;
 }
