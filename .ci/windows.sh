@@ -66,8 +66,9 @@ done
 
 echo "== x86_64 host under Wine =="
 export WINEPREFIX=$(mktemp -d) WINEDEBUG=-all
-trap 'wineserver -k >/dev/null 2>&1 || true; rm -rf "$WINEPREFIX"' EXIT
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+wineserver=$(command -v wineserver || echo /usr/lib/wine/wineserver64)
+trap '"$wineserver" -k >/dev/null 2>&1 || true; rm -rf "$WINEPREFIX"' EXIT
 "$wine" wineboot --init >/dev/null 2>&1 || true  # a fresh prefix; its set-up chatter is not ours
 (cd build/windows-x64 && "$wine" qmath_windows_host.exe qmath.dll)
 echo "== dependencies of the DLLs (system DLLs only) =="
