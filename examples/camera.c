@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /*
  * A simulated scientific camera driven through the module, as a host application drives it.
  *
@@ -9,16 +10,19 @@
  * output holds the sum of its frames. A second instance sums the raw frames for comparison.
  *
  * It prints frames per second and MB/s of the corrected pipeline, the relative spread over the
- * uniform panel before and after correction, and writes both sums (as averages) as 16-bit PGM
- * files. Usage: qmath_camera [--out DIR] [--cycles N] [--frames N] [--module PATH]
+ * uniform panel before and after correction, and writes both sums (as averages) as 8-bit PGM
+ * images on one common grey scale, so that any viewer shows them side by side.
  */
 #define _POSIX_C_SOURCE 200809L
 #include <dlfcn.h>
+#include <errno.h>
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "qmath/qmath.h"
 
@@ -26,7 +30,19 @@
 #define QMATH_LIBRARY_PATH "libqmath.so"
 #endif
 
-enum { kSide = 2048, kPixels = kSide * kSide };
+enum { kSide = 2048, kPixels = kSide * kSide, kMaxCount = 1000 };
+
+static const char kUsage[] =
+    "usage: qmath_camera [--out DIR] [--cycles N] [--frames N] [--module PATH]\n"
+    "\n"
+    "Simulates a 2048 x 2048 16-bit camera behind a vignetting optic and corrects its frames with\n"
+    "the module: dark subtraction, flat field and accumulation of N frames into an F32 sum.\n"
+    "\n"
+    "  --out DIR      folder for camera_raw.pgm and camera_corrected.pgm (default: .; must exist)\n"
+    "  --cycles N     accumulation cycles to run, 1 to 1000 (default 4)\n"
+    "  --frames N     frames per cycle, 1 to 1000 (default 8)\n"
+    "  --module PATH  the library to load (default: the one built with this program)\n"
+    "  --help         this text\n";
 
 typedef struct Module {
     void* handle;
@@ -38,7 +54,10 @@ typedef struct Module {
     QmeErrorCode (*process)(QmHandle, QmdDataStruct*);
     QmeErrorCode (*deviceId)(char*, uint32_t*, uint32_t*, uint32_t);
     QmeErrorCode (*version)(uint32_t, uint32_t*, uint32_t*, uint32_t*, uint32_t*);
+    const char* (*statusText)(QmeErrorCode);
 } Module;
+
+static Module m;
 
 static int Resolve(Module* m, const char* path) {
     m->handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
@@ -55,8 +74,9 @@ static int Resolve(Module* m, const char* path) {
     *(void**)&m->process = dlsym(m->handle, "MathProcessData");
     *(void**)&m->deviceId = dlsym(m->handle, "GetDeviceID");
     *(void**)&m->version = dlsym(m->handle, "MathVerOfDLL");
-    if (!m->create || !m->destroy || !m->setProcess || !m->setConstant || !m->setData || !m->process ||
-        !m->deviceId || !m->version) {
+    *(void**)&m->statusText = dlsym(m->handle, "QmStatusText"); /* optional: older builds lack it */
+    if (!m->create || !m->destroy || !m->setProcess || !m->setConstant || !m->setData || !m->process || !m->deviceId ||
+        !m->version) {
         fprintf(stderr, "%s lacks an export\n", path);
         return 0;
     }
@@ -111,43 +131,111 @@ static double PanelSpread(const float* image) {
     return sqrt(sum2 / (double)n - mean * mean) / mean;
 }
 
-/* Writes image / divisor as a 16-bit PGM (big-endian samples). */
-static int WritePgm(const char* dir, const char* name, const float* image, double divisor) {
+/* The grey scale of both images: from the 0.1 % to the 99.9 % point of the raw average (a
+ * histogram of 4096 bins), so that the panel, the bars and the disc use the whole range. */
+static void DisplayRange(const float* image, double divisor, double* lo, double* hi) {
+    enum { kBins = 4096 };
+    static long histogram[kBins];
+    double min = image[0], max = image[0], width;
+    long seen = 0;
+    size_t i;
+    int b;
+    for (i = 0; i < (size_t)kPixels; ++i) {
+        if (image[i] < min) min = image[i];
+        if (image[i] > max) max = image[i];
+    }
+    width = (max - min) / kBins + 1e-9;
+    memset(histogram, 0, sizeof histogram);
+    for (i = 0; i < (size_t)kPixels; ++i) {
+        b = (int)((image[i] - min) / width);
+        ++histogram[b < kBins ? b : kBins - 1];
+    }
+    *lo = min / divisor;
+    *hi = max / divisor;
+    for (b = 0; b < kBins; ++b) {
+        seen += histogram[b];
+        if (seen <= kPixels / 1000) *lo = (min + b * width) / divisor;
+        if (seen < kPixels - kPixels / 1000) *hi = (min + (b + 1) * width) / divisor;
+    }
+}
+
+/* Writes image / divisor as an 8-bit PGM: lo counts black, hi counts white. */
+static int WritePgm(const char* dir, const char* name, const float* image, double divisor, double lo, double hi) {
     char path[4096];
     FILE* f;
     size_t i;
-    unsigned char* row = malloc(2 * kSide);
+    int failed;
+    unsigned char* row = malloc(kSide);
+    const double scale = 255.0 / (hi - lo);
     snprintf(path, sizeof path, "%s/%s", dir, name);
-    f = fopen(path, "wb");
-    if (f == NULL || row == NULL) {
-        fprintf(stderr, "cannot write %s\n", path);
-        free(row);
-        if (f) fclose(f);
+    if (row == NULL) {
+        fprintf(stderr, "error: cannot write %s: out of memory\n", path);
         return 0;
     }
-    fprintf(f, "P5\n%d %d\n65535\n", kSide, kSide);
-    for (i = 0; i < (size_t)kPixels; ++i) {
-        const uint16_t v = Clamp16(image[i] / divisor);
-        row[2 * (i % kSide)] = (unsigned char)(v >> 8);
-        row[2 * (i % kSide) + 1] = (unsigned char)(v & 0xFF);
-        if (i % kSide == kSide - 1) fwrite(row, 1, 2 * kSide, f);
+    f = fopen(path, "wb");
+    if (f == NULL) {
+        fprintf(stderr, "error: cannot write %s: %s\n", path, strerror(errno));
+        free(row);
+        return 0;
     }
-    fclose(f);
+    fprintf(f, "P5\n%d %d\n255\n", kSide, kSide);
+    for (i = 0; i < (size_t)kPixels; ++i) {
+        const double v = (image[i] / divisor - lo) * scale;
+        row[i % kSide] = (unsigned char)(v <= 0.0 ? 0 : v >= 255.0 ? 255 : v + 0.5);
+        if (i % kSide == kSide - 1) fwrite(row, 1, kSide, f);
+    }
+    failed = ferror(f);
+    if (fclose(f) != 0 || failed) {
+        fprintf(stderr, "error: cannot write %s: %s\n", path, strerror(errno));
+        free(row);
+        return 0;
+    }
     free(row);
     printf("wrote       %s\n", path);
     return 1;
 }
 
 static int Check(QmeErrorCode status, const char* what) {
-    if (status != qmeSuccess) fprintf(stderr, "%s failed: status %d\n", what, (int)status);
+    if (status != qmeSuccess)
+        fprintf(stderr, "error: %s failed: %s\n", what, m.statusText ? m.statusText(status) : "(no status text)");
     return status == qmeSuccess;
+}
+
+/* A whole number from 1 to kMaxCount, or 0 with a message. */
+static int Count(const char* option, const char* text) {
+    char* end;
+    long value;
+    errno = 0;
+    value = strtol(text, &end, 10);
+    if (errno != 0 || end == text || *end != '\0' || value < 1 || value > kMaxCount) {
+        fprintf(stderr, "error: %s takes a whole number from 1 to %d, not '%s'\n", option, kMaxCount, text);
+        return 0;
+    }
+    return (int)value;
+}
+
+/* The output folder must exist and be writable before the camera runs for a minute. */
+static int UsableFolder(const char* dir) {
+    struct stat st;
+    if (stat(dir, &st) != 0) {
+        fprintf(stderr, "error: output folder %s: %s\n", dir, strerror(errno));
+        return 0;
+    }
+    if (!S_ISDIR(st.st_mode)) {
+        fprintf(stderr, "error: output folder %s is not a folder\n", dir);
+        return 0;
+    }
+    if (access(dir, W_OK) != 0) {
+        fprintf(stderr, "error: output folder %s: %s\n", dir, strerror(errno));
+        return 0;
+    }
+    return 1;
 }
 
 int main(int argc, char** argv) {
     const char* out = ".";
     const char* path = QMATH_LIBRARY_PATH;
     int cycles = 4, frames = 8, i, c, f, x, y, ok = 1;
-    Module m;
     QmHandle corrected = 0, raw = 0;
     uint16_t *dark, *flat, *source;
     float *sum, *rawSum;
@@ -156,14 +244,32 @@ int main(int argc, char** argv) {
     char name[32];
     uint32_t id1, id2, v[4];
 
-    for (i = 1; i + 1 < argc; i += 2) {
-        if (strcmp(argv[i], "--out") == 0) out = argv[i + 1];
-        else if (strcmp(argv[i], "--cycles") == 0) cycles = atoi(argv[i + 1]);
-        else if (strcmp(argv[i], "--frames") == 0) frames = atoi(argv[i + 1]);
-        else if (strcmp(argv[i], "--module") == 0) path = argv[i + 1];
+    for (i = 1; i < argc; ++i) {
+        const char* option = argv[i];
+        if (strcmp(option, "--help") == 0 || strcmp(option, "-h") == 0) {
+            fputs(kUsage, stdout);
+            return 0;
+        }
+        if (strcmp(option, "--out") != 0 && strcmp(option, "--cycles") != 0 && strcmp(option, "--frames") != 0 &&
+            strcmp(option, "--module") != 0) {
+            fprintf(stderr, "error: unknown option '%s'\n\n%s", option, kUsage);
+            return 2;
+        }
+        if (i + 1 == argc) {
+            fprintf(stderr, "error: %s needs a value\n\n%s", option, kUsage);
+            return 2;
+        }
+        ++i;
+        if (strcmp(option, "--out") == 0)
+            out = argv[i];
+        else if (strcmp(option, "--module") == 0)
+            path = argv[i];
+        else if ((strcmp(option, "--cycles") == 0 ? (cycles = Count(option, argv[i]))
+                                                  : (frames = Count(option, argv[i]))) == 0)
+            return 2;
     }
     setvbuf(stdout, NULL, _IOLBF, 0);
-    if (cycles < 1 || frames < 1 || !Resolve(&m, path)) return 1;
+    if (!UsableFolder(out) || !Resolve(&m, path)) return 1;
     m.deviceId(name, &id1, &id2, 0);
     m.version(0, &v[0], &v[1], &v[2], &v[3]);
     printf("module      %s %u.%u.%u.%u\n", name, v[0], v[1], v[2], v[3]);
@@ -173,7 +279,10 @@ int main(int argc, char** argv) {
     source = malloc(sizeof *source * kPixels);
     sum = malloc(sizeof *sum * kPixels);
     rawSum = malloc(sizeof *rawSum * kPixels);
-    if (!dark || !flat || !source || !sum || !rawSum) return 1;
+    if (!dark || !flat || !source || !sum || !rawSum) {
+        fprintf(stderr, "error: out of memory for five 2048 x 2048 frames\n");
+        return 1;
+    }
 
     /* Calibration frames: a dark offset of about 100 counts with fixed-pattern variation, and a
      * flat field taken of a uniform source through the optic (about 30000 counts at the centre). */
@@ -206,8 +315,8 @@ int main(int argc, char** argv) {
     ok &= Check(m.setData(raw, qmeDataSourceFrame, &sourceImage), "source frame");
     if (!ok) return 1;
 
-    printf("camera      %d x %d U16, %d cycles of %d frames, dark + flat field + accumulate into F32\n", kSide,
-           kSide, cycles, frames);
+    printf("camera      %d x %d U16, %d cycles of %d frames, dark + flat field + accumulate into F32\n", kSide, kSide,
+           cycles, frames);
     for (c = 0; c < cycles && ok; ++c) {
         for (f = 0; f < frames && ok; ++f) {
             double t0;
@@ -230,12 +339,18 @@ int main(int argc, char** argv) {
          * written. */
         const double bytes = (double)kPixels * (2 + 4 + 4 + 4 + 4) * total;
         const double rawSpread = PanelSpread(rawSum), correctedSpread = PanelSpread(sum);
-        printf("throughput  %.1f frames/s, %.0f MB/s through MathProcessData (%.2f ms a frame)\n",
-               total / busy, bytes / busy / 1e6, 1e3 * busy / total);
-        printf("uniform     relative spread raw %.2f %%, corrected %.2f %%: %.1f times flatter\n",
-               100.0 * rawSpread, 100.0 * correctedSpread, rawSpread / correctedSpread);
-        ok &= WritePgm(out, "camera_raw.pgm", rawSum, frames);
-        ok &= WritePgm(out, "camera_corrected.pgm", sum, frames);
+        double lo, hi;
+        printf("throughput  %.1f frames/s, %.0f MB/s through MathProcessData (%.2f ms a frame)\n", total / busy,
+               bytes / busy / 1e6, 1e3 * busy / total);
+        printf("uniform     relative spread raw %.2f %%, corrected %.2f %%: %.1f times flatter\n", 100.0 * rawSpread,
+               100.0 * correctedSpread, rawSpread / correctedSpread);
+        printf(
+            "            (spread = standard deviation / mean over the uniform left panel: the raw one is\n"
+            "            the optic's fall-off to the corners; what is left after correction is noise)\n");
+        DisplayRange(rawSum, frames, &lo, &hi);
+        printf("images      8-bit PGM, one grey scale for both: black = %.0f, white = %.0f counts a frame\n", lo, hi);
+        ok &= WritePgm(out, "camera_raw.pgm", rawSum, frames, lo, hi);
+        ok &= WritePgm(out, "camera_corrected.pgm", sum, frames, lo, hi);
     }
     m.destroy(corrected);
     m.destroy(raw);

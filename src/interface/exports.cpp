@@ -8,6 +8,7 @@
 #include "interface/instance_table.h"
 #include "interface/processing.h"
 #include "interface/selection.h"
+#include "interface/status_text.h"
 #include "qmath/qmath.h"
 
 using qm::Status;
@@ -15,7 +16,8 @@ using qm::ToErrorCode;
 
 namespace {
 
-template <class T> void Put(T* out, T value) noexcept {
+template <class T>
+void Put(T* out, T value) noexcept {
     if (out != nullptr) *out = value;
 }
 
@@ -90,14 +92,16 @@ QM_API QmeErrorCode QM_CALL MathBayerInterpolate(QmdRgbTriple* out, uint32_t wid
     return ToErrorCode(qm::BayerInterpolateRaw(out, width, height, samples, pitch, shift));
 }
 
+QM_API const char* QM_CALL QmStatusText(QmeErrorCode status) { return qm::StatusText(status); }
+
 }  // extern "C"
 
 // The five typed interpolating members: C++ linkage, one body each over its sample type.
-#define QM_EXPORT_BAYER_MEMBER(name, Sample)                                                                  \
+#define QM_EXPORT_BAYER_MEMBER(name, Sample)                                                                       \
     QM_API QmeErrorCode QM_CALL name(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1, double g2, \
                                      double g3, int32_t o1, int32_t o2, int32_t o3, int16_t /*reserved*/,          \
-                                     uint16_t phase) {                                                          \
-        return BayerMember(qm::BayerInterpolate<Sample>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);       \
+                                     uint16_t phase) {                                                             \
+        return BayerMember(qm::BayerInterpolate<Sample>, dst, src, shift, g1, g2, g3, o1, o2, o3, phase);          \
     }
 QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateU8, uint8_t)
 QM_EXPORT_BAYER_MEMBER(MathBayerInterpolateU16, uint16_t)
