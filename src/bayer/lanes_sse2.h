@@ -67,8 +67,9 @@ struct Sse2Lanes {
         return _mm_unpacklo_epi64(low, high);
     }
     QM_INLINE static void StoreLow3(uint8_t* out, V a) noexcept {
-        const uint64_t first = static_cast<uint64_t>(_mm_cvtsi128_si64(a));
-        const uint64_t second = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(a, a)));
+        uint64_t first, second;  // (through memory: 32-bit targets have no 64-bit register moves)
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(&first), a);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(&second), _mm_unpackhi_epi64(a, a));
         const uint64_t lane0 = first & 0xFFFFFF, lane1 = (first >> 32) & 0xFFFFFF;
         const uint64_t lane2 = second & 0xFFFFFF, lane3 = (second >> 32) & 0xFFFFFF;
         const uint64_t head = lane0 | lane1 << 24 | lane2 << 48;
