@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "bayer/bayer.h"
+#include "bayer/colour_destination.h"
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
@@ -52,6 +53,7 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     const uint32_t width = dst->nWidth;
     const uint32_t height = dst->nHeight;
     if (height <= 1) return Status::Ok;  // the last output row is never written
+    if (const Status s = CheckColourDestination(*dst, uint64_t{height - 1} * width); s != Status::Ok) return s;
     const int64_t stride = src->nWidth;
     // The samples are 16-bit whatever the source's type says; only the bytes it describes are read.
     const uint64_t bytes = static_cast<uint64_t>(stride) * src->nHeight * ElementSize(src->eType);
