@@ -13,6 +13,9 @@ void* Allocate(size_t bytes) noexcept;
 // Gives back storage from Allocate; does nothing for null.
 void Release(void* p) noexcept;
 
+// Allocations not yet released, for tests and soak runs that look for leaks.
+size_t LiveAllocations() noexcept;
+
 // Asked before every allocation with its size; an allocation is refused when it answers false.
 // Null (the default) lets every allocation through. Safe to change while other threads allocate.
 using AllocationGate = bool (*)(size_t bytes) noexcept;
