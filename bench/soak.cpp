@@ -75,7 +75,8 @@ int main(int argc, char** argv) {
 
     // Rebuilds alternate codes and shapes, so the allocator sees frames come and go in every size.
     start = std::chrono::steady_clock::now();
-    const int32_t codes[] = {qmeDataDarkFrame, qmeDataGainFrame, qmeDataFlatField, qmeDataFlatFieldMean, qmeDataFlatFieldMax};
+    const int32_t codes[] = {qmeDataDarkFrame, qmeDataGainFrame, qmeDataFlatField, qmeDataFlatFieldMean,
+                             qmeDataFlatFieldMax};
     const long rebuildStep = rebuilds / 10 > 0 ? rebuilds / 10 : 1;
     for (long r = 1; r <= rebuilds; ++r) {
         QmdDataStruct image = flt;

@@ -91,7 +91,10 @@ public:
     }
     uint32_t Below(uint32_t n) { return n <= 256 ? U8() % n : U32() % n; }
     bool Chance(uint32_t percent) { return U8() % 100 < percent; }
-    template <class T, size_t N> T Pick(const std::array<T, N>& table) { return table[Below(N)]; }
+    template <class T, size_t N>
+    T Pick(const std::array<T, N>& table) {
+        return table[Below(N)];
+    }
 
 private:
     const uint8_t* p_;
@@ -99,16 +102,43 @@ private:
 };
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr std::array<double, 32> kDoubles = {0.0,     -0.0,     1.0,     -1.0,    0.5,       2.9,      -2.9,
-                                             3.99,    255.0,    256.0,   65535.0, 65536.0,   2147483647.0,
-                                             0x1p31,  -0x1p31,  0x1p32,  0x1p63,  -0x1p63,   0x1p64,
-                                             1e300,   -1e300,   kInf,    -kInf,   NAN,       4.9e-324,
-                                             1.7976931348623157e308, 2.2250738585072014e-308, 1e-300, 31.0,
-                                             32.0,    33.0,     -4.0e9};
+constexpr std::array<double, 32> kDoubles = {0.0,
+                                             -0.0,
+                                             1.0,
+                                             -1.0,
+                                             0.5,
+                                             2.9,
+                                             -2.9,
+                                             3.99,
+                                             255.0,
+                                             256.0,
+                                             65535.0,
+                                             65536.0,
+                                             2147483647.0,
+                                             0x1p31,
+                                             -0x1p31,
+                                             0x1p32,
+                                             0x1p63,
+                                             -0x1p63,
+                                             0x1p64,
+                                             1e300,
+                                             -1e300,
+                                             kInf,
+                                             -kInf,
+                                             NAN,
+                                             4.9e-324,
+                                             1.7976931348623157e308,
+                                             2.2250738585072014e-308,
+                                             1e-300,
+                                             31.0,
+                                             32.0,
+                                             33.0,
+                                             -4.0e9};
 
 double Double(Input& in) {
     switch (in.Below(4)) {
-        case 0: case 1: return in.Pick(kDoubles);
+        case 0:
+        case 1: return in.Pick(kDoubles);
         case 2: return static_cast<double>(static_cast<int32_t>(in.U32()) % 4096);
         default: {
             const uint64_t bits = in.U64();
@@ -120,18 +150,16 @@ double Double(Input& in) {
 }
 
 // Codes the module knows, their neighbours, and a few that no table has.
-constexpr std::array<int32_t, 44> kProcessCodes = {
-    0,    1,    2,    3,    4,    5,    6,    7,    8,    9,    10,   255,  256,  257,  499,
-    500,  501,  502,  503,  504,  505,  506,  507,  508,  509,  510,  1999, 2000, 2001, 2002,
-    2003, 8999, 9000, 9001, 9002, 9003, 9004, 9005, 9006, 9007, 9008, 9009, 9010, -1};
-constexpr std::array<int32_t, 34> kConstantCodes = {0,    1,    2,    3,    4,    5,    6,    7,    8,
-                                                    1999, 2000, 2001, 2002, 2003, 9001, 9002, 9003, 9004,
-                                                    9007, 9008, 9009, 9010, 9011, 9012, 9013, 9014, 9015,
-                                                    9016, 9017, -1,   2,    3,    9002, 2000};
+constexpr std::array<int32_t, 44> kProcessCodes = {0,    1,    2,    3,    4,    5,    6,    7,    8,    9,    10,
+                                                   255,  256,  257,  499,  500,  501,  502,  503,  504,  505,  506,
+                                                   507,  508,  509,  510,  1999, 2000, 2001, 2002, 2003, 8999, 9000,
+                                                   9001, 9002, 9003, 9004, 9005, 9006, 9007, 9008, 9009, 9010, -1};
+constexpr std::array<int32_t, 34> kConstantCodes = {
+    0,    1,    2,    3,    4,    5,    6,    7,    8,    1999, 2000, 2001, 2002, 2003, 9001, 9002, 9003,
+    9004, 9007, 9008, 9009, 9010, 9011, 9012, 9013, 9014, 9015, 9016, 9017, -1,   2,    3,    9002, 2000};
 constexpr std::array<int32_t, 16> kDataCodes = {0,    1,    2,    8999, 9000, 9001, 9002, 9003,
                                                 9004, 9005, 9006, 9007, 9008, -1,   0,    9004};
-constexpr std::array<int32_t, 22> kTypes = {1, 2, 3, 4, 5, 6, 7, 8, 11, 15, 1, 3, 6, 7, 8, 11,
-                                            0, 9, 10, 12, 14, -1};
+constexpr std::array<int32_t, 22> kTypes = {1, 2, 3, 4, 5, 6, 7, 8, 11, 15, 1, 3, 6, 7, 8, 11, 0, 9, 10, 12, 14, -1};
 constexpr std::array<uint16_t, 8> kOptionCodes = {9001, 9002, 9003, 9004, 9005, 9006, 9007, 9008};
 
 int32_t Code(Input& in, const int32_t* table, size_t n) {
@@ -144,7 +172,7 @@ int32_t Code(Input& in, const int32_t* table, size_t n) {
 // for the address sanitizer, and the few bytes that share an 8-byte granule with its first byte
 // hold guard values.
 constexpr size_t kPage = 4096;
-constexpr size_t kCap = 192 * 1024;  // the largest buffer, in bytes
+constexpr size_t kCap = 64 * 1024;  // the largest buffer, in bytes
 constexpr size_t kArenaBytes = kCap + 64;
 constexpr uint8_t kGuard = 0xA5;
 
@@ -173,8 +201,9 @@ void Place(Arena& a, size_t bytes, size_t align) {
     start -= reinterpret_cast<uintptr_t>(start) % align;
     a.start = start;
     a.bytes = bytes;
-    std::memset(a.base, kGuard, kArenaBytes);
     unsigned char* granule = start - reinterpret_cast<uintptr_t>(start) % 8;
+    std::memset(granule, kGuard, static_cast<size_t>(start - granule));
+    std::memset(a.end(), kGuard, static_cast<size_t>(a.limit() - a.end()));
     QMATH_FUZZ_POISON(a.base, static_cast<size_t>(granule - a.base));
     QMATH_FUZZ_POISON(a.end(), static_cast<size_t>(a.limit() - a.end()));
 }
@@ -204,15 +233,17 @@ struct Host {
     Arena arena[kArenas];
     std::vector<unsigned char> before[kArenas];
     QmdDataStruct desc[kDescriptors];
-    int arenaOf[kDescriptors];      // the arena whose bytes the descriptor describes
-    bool short_[kDescriptors];      // describes more bytes than it has (a product that wraps)
+    int arenaOf[kDescriptors];  // the arena whose bytes the descriptor describes
+    bool short_[kDescriptors];  // describes more bytes than it has (a product that wraps)
     bool nullData[kDescriptors];
     // What each of the 256 records holds, as the host has set it: process, operand 1, source frame.
     struct Slot {
         int32_t process = 0;
         QmdDataStruct* operand1 = nullptr;
         QmdDataStruct* source = nullptr;
+        bool inUse = false;
     } slot[256];
+    bool touched[256] = {};  // records a call of this input may have changed
     bool overlap = QMATH_FUZZ_OVERLAP;
     bool oddOffsets = QMATH_FUZZ_ODD_OFFSETS;
     uint64_t calls = 0;
@@ -238,10 +269,10 @@ Host& TheHost() {
     return *host;
 }
 
-// Fills bytes with values worth meeting: from the input's seed, with extreme values spread in.
-void Fill(Input& in, unsigned char* p, size_t bytes, int32_t type) {
-    uint64_t x = in.U64() | 1;
-    const uint32_t extremes = in.Below(4);  // 0: none, else one element in 2^(extremes * 2)
+// Fills bytes from a seed, with extreme values spread in (`extremes` 0: none, else one element
+// in 2^(extremes * 2)).
+void FillFrom(uint64_t x, uint32_t extremes, unsigned char* p, size_t bytes, int32_t type) {
+    x |= 1;
     const size_t size = qm::ElementSize(type);
     for (size_t i = 0; i < bytes; ++i) {
         x ^= x << 13, x ^= x >> 7, x ^= x << 17;
@@ -266,12 +297,43 @@ void Fill(Input& in, unsigned char* p, size_t bytes, int32_t type) {
     }
 }
 
+void Fill(Input& in, unsigned char* p, size_t bytes, int32_t type) {
+    const uint64_t seed = in.U64();
+    FillFrom(seed, in.Below(4), p, bytes, type);
+}
+
+// The shapes every input starts from, so that its first bytes already make calls: a frame of each
+// family's favourite types, all 8 x 6 but for a 16 x 12 mosaic and its 8 x 6 colour image.
+void DefaultShapes(Host& h) {
+    static constexpr struct {
+        uint32_t w, h;
+        int32_t type;
+    } kStart[kDescriptors] = {{8, 6, qmeTypeU16}, {8, 6, qmeTypeF64},   {8, 6, qmeTypeI32},
+                              {8, 6, qmeTypeU8},  {16, 12, qmeTypeU16}, {8, 6, qmeTypeRgb24}};
+    for (int i = 0; i < kDescriptors; ++i) {
+        const size_t bytes = size_t{kStart[i].w} * kStart[i].h * qm::ElementSize(kStart[i].type);
+        Place(h.arena[i], bytes, 8);
+        FillFrom(0x9E3779B97F4A7C15ull * (i + 1), 2, h.arena[i].start, bytes, kStart[i].type);
+        h.desc[i] = QmdDataStruct{h.arena[i].start, kStart[i].w, kStart[i].h, kStart[i].type, 1, {}};
+        h.arenaOf[i] = i;
+        h.short_[i] = false;
+        h.nullData[i] = false;
+    }
+}
+
 uint32_t Dimension(Input& in) {
     switch (in.Below(16)) {
         case 0: return 0;
         case 1: return 1;
-        case 2: case 3: case 4: case 5: case 6: case 7: case 8: return 1 + in.Below(24);
-        case 9: case 10: return 1 + in.Below(300);
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+        case 6:
+        case 7:
+        case 8: return 1 + in.Below(24);
+        case 9:
+        case 10: return 1 + in.Below(300);
         case 11: return (1u << in.Below(11)) + in.Below(3) - 1;
         case 12: return 2;
         default: return in.U32();
@@ -379,7 +441,8 @@ void Check(const Call& c, QmeErrorCode status) {
         bool mayChange = c.writable[a] && !failed;
         // The orientation steps run before the options and the output type are looked at.
         if (c.onlineFrame && a == c.sourceArena && (s == 0 || s == 8000 || s == 8001 || s == 8002)) mayChange = true;
-        if (!mayChange && std::memcmp(h.before[a].data(), h.arena[a].start, h.arena[a].bytes) != 0) {
+        if (!mayChange && h.arena[a].bytes != 0 &&
+            std::memcmp(h.before[a].data(), h.arena[a].start, h.arena[a].bytes) != 0) {
             std::fprintf(stderr, "qmath_fuzz: arena %d changed by a call that returned %d\n", a, s);
             Fail("unexpected write");
         }
@@ -410,16 +473,22 @@ bool Overlaps(const Host& h, const QmdDataStruct* a, const QmdDataStruct* b) {
     return true;
 }
 
-QmHandle PickHandle(Input& in, const std::vector<QmHandle>& live) {
+QmHandle AnyHandle(Input& in, const std::vector<QmHandle>& live) {
     switch (in.Below(8)) {
-        case 0: return 255;                           // the spare record
-        case 1: return in.U32();                      // anything
-        case 2: {  // a low slot, some tag
+        case 0: return 255;       // the spare record
+        case 1: return in.U32();  // anything
+        case 2: {                 // a low slot, some tag
             const uint32_t slot = in.Below(8);
             return slot | in.U32() << 8;
         }
         default: return live.empty() ? in.Below(4) : live[in.Below(static_cast<uint32_t>(live.size()))];
     }
+}
+
+QmHandle PickHandle(Host& h, Input& in, const std::vector<QmHandle>& live) {
+    const QmHandle handle = AnyHandle(in, live);
+    h.touched[handle & 0xFF] = true;
+    return handle;
 }
 
 // Whether MathProcessData on this instance and image is one the target can make: a Bayer
@@ -431,11 +500,11 @@ bool CanProcess(const Host& h, QmHandle handle, const QmdDataStruct* image) {
     const int32_t process = rec.process;
     if (process == qmeProcessBayerSimple || process == qmeProcessBayerInterpolate)
         return !IsShort(h, image) && !IsShort(h, rec.operand1);
-    if (process == qmeProcessOnline && !h.overlap && image != nullptr && rec.source != nullptr &&
-        image != rec.source && Overlaps(h, image, rec.source)) {
+    if (process == qmeProcessOnline && !h.overlap && image != nullptr && rec.source != nullptr && image != rec.source &&
+        Overlaps(h, image, rec.source)) {
         const QmdDataStruct* s = rec.source;
-        return image->pData == s->pData && image->nWidth == s->nWidth && qm::ElementSize(image->eType) ==
-                                                                             qm::ElementSize(s->eType);
+        return image->pData == s->pData && image->nWidth == s->nWidth &&
+               qm::ElementSize(image->eType) == qm::ElementSize(s->eType);
     }
     return true;
 }
@@ -488,7 +557,8 @@ void BayerDirect(Host& h, Input& in) {
     if (i >= 0) c.writable[h.arenaOf[i]] = true;
     const uint16_t shift = in.Chance(50) ? static_cast<uint16_t>(in.Below(34)) : in.U16();
     const double g1 = Double(in), g2 = Double(in), g3 = Double(in);
-    const int32_t o1 = static_cast<int32_t>(in.U32()) >> in.Below(32), o2 = static_cast<int32_t>(in.U32()) >> in.Below(32),
+    const int32_t o1 = static_cast<int32_t>(in.U32()) >> in.Below(32),
+                  o2 = static_cast<int32_t>(in.U32()) >> in.Below(32),
                   o3 = static_cast<int32_t>(in.U32()) >> in.Below(32);
     const uint16_t phase = in.Chance(80) ? static_cast<uint16_t>(in.Below(6)) : in.U16();
     const auto reserved = static_cast<int16_t>(in.U16());
@@ -584,6 +654,8 @@ void OnlineCycle(Host& h, Input& in, QmHandle handle) {
 // and the colour flag and Bayer constants (which outlive MathDelete) zero.
 void ResetTable(Host& h) {
     for (uint32_t slot = 0; slot < 256; ++slot) {
+        if (!h.touched[slot]) continue;
+        h.touched[slot] = false;
         MathDelete(slot);
         for (int32_t code = qmeConstColourFlag; code <= qmeConstBayerPhase; ++code) MathSetConstant(slot, code, 0.0);
         h.slot[slot] = Host::Slot{};
@@ -592,13 +664,23 @@ void ResetTable(Host& h) {
 
 void Forget(Host& h, QmHandle handle) { h.slot[handle & 0xFF] = Host::Slot{}; }
 
+// MathCreate took the lowest free slot and gave it back ORed with the tag.
+void Claimed(Host& h, QmHandle handle, uint32_t tag) {
+    uint32_t slot = 0;
+    while (slot < 255 && h.slot[slot].inUse) ++slot;
+    if (slot == 255 || handle != (slot | tag)) Fail("MathCreate did not give the lowest free slot", slot);
+    h.slot[slot] = Host::Slot{};
+    h.slot[slot].inUse = true;
+    h.touched[slot] = true;
+}
+
 void Run(Input& in) {
     Host& h = TheHost();
     ResetTable(h);
-    for (int i = 0; i < kDescriptors; ++i) Reshape(h, in, i);
+    DefaultShapes(h);
     std::vector<QmHandle> live;
     for (int step = 0; step < 64 && !in.empty(); ++step) {
-        switch (in.Below(20)) {
+        switch (in.Below(21)) {
             case 0: {
                 QmHandle handle = 0x5A5A5A5A;
                 const bool nullOut = in.Chance(3);
@@ -609,13 +691,13 @@ void Run(Input& in) {
                 Check(c, s);
                 if (s != qmeSuccess && handle != 0x5A5A5A5A) Fail("refused MathCreate wrote the handle");
                 if (s == qmeSuccess) {
+                    Claimed(h, handle, tag);
                     live.push_back(handle);
-                    Forget(h, handle & 0xFF);
                 }
                 break;
             }
             case 1: {
-                const QmHandle handle = PickHandle(in, live);
+                const QmHandle handle = PickHandle(h, in, live);
                 Call c{h};
                 Snapshot(h);
                 Check(c, MathDelete(handle));
@@ -626,11 +708,12 @@ void Run(Input& in) {
             case 2: {
                 Call c{h};
                 Snapshot(h);
-                Check(c, MathReset(PickHandle(in, live)));
+                Check(c, MathReset(PickHandle(h, in, live)));
                 break;
             }
-            case 3: case 4: {
-                const QmHandle handle = PickHandle(in, live);
+            case 3:
+            case 4: {
+                const QmHandle handle = PickHandle(h, in, live);
                 const int32_t code = Code(in, kProcessCodes.data(), kProcessCodes.size());
                 SetOption(h, handle, code, in.Chance(60));
                 break;
@@ -638,19 +721,22 @@ void Run(Input& in) {
             case 5: {
                 Call c{h};
                 Snapshot(h);
-                const QmHandle handle = PickHandle(in, live);
+                const QmHandle handle = PickHandle(h, in, live);
                 const int32_t code = Code(in, kConstantCodes.data(), kConstantCodes.size());
                 Check(c, MathSetConstant(handle, code, Double(in)));
                 break;
             }
-            case 6: case 7: {
-                const QmHandle handle = PickHandle(in, live);
+            case 6:
+            case 7: {
+                const QmHandle handle = PickHandle(h, in, live);
                 const int32_t code = Code(in, kDataCodes.data(), kDataCodes.size());
                 SetData(h, handle, code, PickDescriptor(h, in));
                 break;
             }
-            case 8: case 9: case 10: {
-                const QmHandle handle = PickHandle(in, live);
+            case 8:
+            case 9:
+            case 10: {
+                const QmHandle handle = PickHandle(h, in, live);
                 Process(h, handle, PickDescriptor(h, in));
                 break;
             }
@@ -668,10 +754,33 @@ void Run(Input& in) {
             case 14: BayerDirect(h, in); break;
             case 15: BayerRaw(h, in); break;
             case 16: Identity(h, in); break;
-            case 17: OnlineCycle(h, in, PickHandle(in, live)); break;
+            case 17: OnlineCycle(h, in, PickHandle(h, in, live)); break;
             case 18: g_failAfter = static_cast<int>(in.Below(4)); break;
+            case 20: {  // a full table: the next MathCreate is refused and writes no handle
+                std::vector<QmHandle> taken;
+                Call c{h};
+                Snapshot(h);
+                for (int k = 0; k < 256; ++k) {
+                    QmHandle handle = 0x5A5A5A5A;
+                    const QmeErrorCode s = MathCreate(0, 0, &handle);
+                    Check(c, s);
+                    if (s != qmeSuccess) {
+                        if (handle != 0x5A5A5A5A) Fail("refused MathCreate wrote the handle");
+                        break;
+                    }
+                    Claimed(h, handle, 0);
+                    taken.push_back(handle);
+                }
+                // Give most back, some in the middle first, so that later creations reuse them.
+                for (size_t k = 0; k < taken.size(); ++k)
+                    if (k % 7 != 3) {
+                        Check(c, MathDelete(taken[k]));
+                        Forget(h, taken[k]);
+                    }
+                break;
+            }
             default: {  // several frames in a row on one instance: accumulation cycles
-                const QmHandle handle = PickHandle(in, live);
+                const QmHandle handle = PickHandle(h, in, live);
                 QmdDataStruct* out = PickDescriptor(h, in);
                 for (uint32_t f = 0, n = 1 + in.Below(6); f < n; ++f) Process(h, handle, out);
                 break;
@@ -685,9 +794,15 @@ void Run(Input& in) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    for (bool& t : TheHost().touched) t = true;  // the first input starts from a clean table
     qm::SetAllocationGate(Gate);
     g_report = std::getenv("QMATH_FUZZ_REPORT") != nullptr;
     g_started = std::time(nullptr);
+    if (g_report)
+        std::atexit([] {
+            std::fprintf(stderr, "qmath_fuzz: %llu calls in %.0f s\n", static_cast<unsigned long long>(TheHost().calls),
+                         std::difftime(std::time(nullptr), g_started));
+        });
     TheHost();
     return 0;
 }
@@ -697,4 +812,3 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Run(in);
     return 0;
 }
-

@@ -2,12 +2,13 @@
 // When an allocation fails (a reference frame's record or buffer, the transposition's temporary)
 // the call answers 8000, the instance and the host's buffers are as they were, nothing leaks, and
 // the next call with memory available works.
+#include "core/allocation.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <vector>
 
-#include "core/allocation.h"
 #include "support/instances.h"
 
 namespace {
@@ -37,9 +38,12 @@ std::vector<uint8_t> Bytes(const QmdDataStruct* image) {
 
 // Each reference code, its frame, failing at the record (1st allocation) or the buffer (2nd).
 TEST(FailingAllocator, ReferenceRebuildKeepsTheOldFrame) {
-    const struct { int32_t code; QmdDataStruct* qm::Instance::*field; } codes[] = {
-        {qmeDataDarkFrame, &qm::Instance::pDarkFrame},       {qmeDataGainFrame, &qm::Instance::pGainFrame},
-        {qmeDataFlatField, &qm::Instance::pFlatFieldFrame},  {qmeDataFlatFieldMean, &qm::Instance::pFlatFieldFrame},
+    const struct {
+        int32_t code;
+        QmdDataStruct* qm::Instance::*field;
+    } codes[] = {
+        {qmeDataDarkFrame, &qm::Instance::pDarkFrame},         {qmeDataGainFrame, &qm::Instance::pGainFrame},
+        {qmeDataFlatField, &qm::Instance::pFlatFieldFrame},    {qmeDataFlatFieldMean, &qm::Instance::pFlatFieldFrame},
         {qmeDataFlatFieldMax, &qm::Instance::pFlatFieldFrame},
     };
     std::vector<uint16_t> first = {1, 2, 3, 4, 5, 6}, second(12, 9);
@@ -93,8 +97,14 @@ TEST(FailingAllocator, InstanceStaysUsableAndDeleteReleasesEverything) {
 // Frames that need the temporary: non-square ones of 16 and 32-bit elements, and 8-bit colour
 // frames. Both the output and the source are left as they were.
 TEST(FailingAllocator, TransposeWithoutItsTemporaryLeavesTheFrame) {
-    const struct { int32_t type; uint32_t w, h, elementBytes; } frames[] = {
-        {qmeTypeU16, 3, 2, 2}, {qmeTypeI32, 2, 5, 4}, {qmeTypeU8, 4, 2, 1}, {qmeTypeRgb24Alt, 3, 3, 3},
+    const struct {
+        int32_t type;
+        uint32_t w, h, elementBytes;
+    } frames[] = {
+        {qmeTypeU16, 3, 2, 2},
+        {qmeTypeI32, 2, 5, 4},
+        {qmeTypeU8, 4, 2, 1},
+        {qmeTypeRgb24Alt, 3, 3, 3},
     };
     for (const auto& f : frames) {
         qmtest::ScopedInstance h;

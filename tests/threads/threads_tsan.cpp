@@ -16,11 +16,13 @@ namespace {
 
 constexpr int kThreads = 4;
 
-template <class T> QmdDataStruct Describe(std::vector<T>& v, uint32_t w, uint32_t h, int32_t type) {
+template <class T>
+QmdDataStruct Describe(std::vector<T>& v, uint32_t w, uint32_t h, int32_t type) {
     return QmdDataStruct{v.data(), w, h, type, 1, {}};
 }
 
-template <class T> void Append(std::vector<uint8_t>& digest, const std::vector<T>& v) {
+template <class T>
+void Append(std::vector<uint8_t>& digest, const std::vector<T>& v) {
     const auto* p = reinterpret_cast<const uint8_t*>(v.data());
     digest.insert(digest.end(), p, p + v.size() * sizeof(T));
 }
@@ -68,7 +70,8 @@ std::vector<uint8_t> EveryFamily(QmHandle h, uint32_t seed) {
     EXPECT_EQ(MathSetData(h, qmeDataDarkFrame, &db) | MathSetData(h, qmeDataFlatFieldMean, &db) |
                   MathSetData(h, qmeDataSourceFrame, &dframe),
               qmeSuccess);
-    for (int32_t option : {qmeOnlineDarkSubtract, qmeOnlineFlatField, qmeOnlineAccumulate, qmeOnlineTranspose, qmeOnlineFlipVertical})
+    for (int32_t option :
+         {qmeOnlineDarkSubtract, qmeOnlineFlatField, qmeOnlineAccumulate, qmeOnlineTranspose, qmeOnlineFlipVertical})
         EXPECT_EQ(MathSetProcess(h, option, 1), qmeSuccess);
     MathSetConstant(h, qmeConstFrameCount, 3);
     for (int f = 0; f < 4; ++f) {
