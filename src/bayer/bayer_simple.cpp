@@ -52,7 +52,9 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
         return Status::MissingImage;
     const uint32_t width = dst->nWidth;
     const uint32_t height = dst->nHeight;
-    if (height <= 1) return Status::Ok;  // the last output row is never written
+    // The last output row is never written; with no columns no row is (a 0 x 4e9 destination
+    // must not cost 4e9 empty rows).
+    if (height <= 1 || width == 0) return Status::Ok;
     if (const Status s = CheckColourDestination(*dst, uint64_t{height - 1} * width); s != Status::Ok) return s;
     const int64_t stride = src->nWidth;
     // The samples are 16-bit whatever the source's type says; only the bytes it describes are read.
@@ -65,7 +67,6 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;
         const int64_t bottom = top + stride;
         uint8_t* row = out + static_cast<size_t>(y) * width * 3;
-        if (width == 0) continue;
         if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
             // The whole row of cells lies inside the source: whole runs go to the vector kernel.
             const uint16_t* a = static_cast<const uint16_t*>(src->pData) + top;
