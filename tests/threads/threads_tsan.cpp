@@ -100,6 +100,9 @@ std::vector<uint8_t> EveryFamily(QmHandle h, uint32_t seed) {
     }
     EXPECT_EQ(MathBayerInterpolateU16(&dcolour, &dmosaic, 0, 1.0, 0.5, 0.25, 10, 20, 30, 0, 3), qmeSuccess);
     Append(digest, colour);
+    QmdDataStruct half = Describe(colour, W / 2, H / 2, qmeTypeRgb24);
+    EXPECT_EQ(MathBayerSimple(&half, &dmosaic, 4) | MathReset(h), qmeSuccess);
+    Append(digest, colour);
     return digest;
 }
 
