@@ -22,10 +22,13 @@ cmake --preset fuzz
 cmake --build --preset fuzz
 
 echo "== fuzz target: ${QMATH_FUZZ_SECONDS:-300} s from the seed corpus =="
-# New inputs go to a scratch corpus (the first directory); the committed seeds are only read.
+# The committed seeds are unpacked and only read; new inputs go to a scratch corpus (the first
+# directory).
+seeds=build/fuzz/seeds
 scratch=build/fuzz/corpus
 findings=build/fuzz/findings
-mkdir -p "$scratch" "$findings"
-QMATH_FUZZ_REPORT=1 ./build/fuzz/fuzz/qmath_fuzz "$scratch" fuzz/corpus \
+mkdir -p "$seeds" "$scratch" "$findings"
+tar -xzf fuzz/seed_corpus.tar.gz -C "$seeds"
+QMATH_FUZZ_REPORT=1 ./build/fuzz/fuzz/qmath_fuzz "$scratch" "$seeds" \
   -dict=fuzz/qmath.dict -seed=1 -max_total_time="${QMATH_FUZZ_SECONDS:-300}" -timeout=20 \
   -rss_limit_mb=2048 -max_len=1024 -len_control=0 -print_final_stats=1 -artifact_prefix="$findings/"
