@@ -20,6 +20,7 @@
 
 #include "bayer/bayer.h"
 #include "bayer/channel_rule.h"
+#include "bayer/colour_destination.h"
 #include "bayer/mosaic_arith.h"
 #include "bayer/native_colour.h"
 #include "bayer/vector_rows.h"
@@ -255,7 +256,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
     if (ElementSize(src->eType) < sizeof(Sample)) return Status::UnsupportedType;
     const int64_t rows = h >= 3 ? h - 1 : 1;
     const uint64_t needed = static_cast<uint64_t>(rows) * static_cast<uint64_t>(std::max<int64_t>(w, 2));
-    if (needed > static_cast<uint64_t>(dst->nWidth) * dst->nHeight) return Status::CountMismatch;
+    if (const Status s = CheckColourDestination(*dst, needed); s != Status::Ok) return s;
 
     const bool shifted = params.shift != 0;
     BayerChannels ch;

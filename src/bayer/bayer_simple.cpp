@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "bayer/bayer.h"
+#include "bayer/colour_destination.h"
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
@@ -60,7 +61,10 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
         return Status::MissingImage;
     const uint32_t width = dst->nWidth;
     const uint32_t height = dst->nHeight;
-    if (height <= 1) return Status::Ok;  // the last output row is never written
+    // The last output row is never written; with no columns no row is (a 0 x 4e9 destination
+    // must not cost 4e9 empty rows).
+    if (height <= 1 || width == 0) return Status::Ok;
+    if (const Status s = CheckColourDestination(*dst, uint64_t{height - 1} * width); s != Status::Ok) return s;
     const int64_t stride = src->nWidth;
     // The samples are 16-bit whatever the source's type says; only the bytes it describes are read.
     const uint64_t bytes = static_cast<uint64_t>(stride) * src->nHeight * ElementSize(src->eType);
@@ -72,7 +76,6 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;
         const int64_t bottom = top + stride;
         uint8_t* row = out + static_cast<size_t>(y) * width * 3;
-        if (width == 0) continue;
         if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
             // The whole row of cells lies inside the source: whole runs go to the vector kernel.
             uint32_t x = 0;

@@ -3,16 +3,15 @@
 #include <cstring>
 #include <new>
 
+#include "core/allocation.h"
 #include "core/element_types.h"
 
 namespace qm {
-namespace {
-constexpr std::align_val_t kBufferAlignment{64};
-}
 
 QmdDataStruct* CreateOwnedImage(int32_t type, uint32_t width, uint32_t height) noexcept {
-    auto* image = new (std::nothrow) QmdDataStruct{};
-    if (image == nullptr) return nullptr;
+    void* record = Allocate(sizeof(QmdDataStruct));
+    if (record == nullptr) return nullptr;
+    auto* image = new (record) QmdDataStruct{};
     image->nWidth = width;
     image->nHeight = height;
     image->eType = type;
@@ -21,9 +20,9 @@ QmdDataStruct* CreateOwnedImage(int32_t type, uint32_t width, uint32_t height) n
     // An empty shape still gets a (one-element) buffer so that the descriptor is well formed;
     // the engines see its count below 1 and refuse it.
     const size_t bytes = static_cast<size_t>(count > 0 ? count : 1) * ElementSize(type);
-    image->pData = ::operator new[](bytes, kBufferAlignment, std::nothrow);
+    image->pData = Allocate(bytes);
     if (image->pData == nullptr) {
-        delete image;
+        Release(image);
         return nullptr;
     }
     std::memset(image->pData, 0, bytes);
@@ -32,9 +31,9 @@ QmdDataStruct* CreateOwnedImage(int32_t type, uint32_t width, uint32_t height) n
 
 void ReleaseOwnedImage(QmdDataStruct*& image) noexcept {
     if (image == nullptr) return;
-    if (image->pData != nullptr) ::operator delete[](image->pData, kBufferAlignment);
+    Release(image->pData);
     image->pData = nullptr;
-    delete image;
+    Release(image);
     image = nullptr;
 }
 

@@ -37,21 +37,29 @@ constexpr std::array<uint32_t, 9> kOptionBits = {
     kOnlineClipRange,          // 9009
 };
 
-// Rebuilds one reference frame from `image`: the old frame is released, a new one of `type` and
-// the image's shape is made and filled by scalar operation `op`.
+// Rebuilds one reference frame from `image`: a new one of `type` and the image's shape is made,
+// replaces the old frame (released) and is filled by scalar operation `op`. When memory runs out
+// the status is MissingImage and the old frame stays installed, untouched: the instance is just
+// as it was before the call. (So the old and new frames are held together for a moment.)
 Status RebuildReference(QmdDataStruct*& field, int32_t type, int32_t op, const QmdDataStruct* image) noexcept {
+    if (image == nullptr) {
+        ReleaseOwnedImage(field);
+        return Status::MissingImage;
+    }
+    QmdDataStruct* fresh = CreateOwnedImage(type, image->nWidth, image->nHeight);
+    if (fresh == nullptr) return Status::MissingImage;
     ReleaseOwnedImage(field);
-    if (image == nullptr) return Status::MissingImage;
-    field = CreateOwnedImage(type, image->nWidth, image->nHeight);
-    if (field == nullptr) return Status::MissingImage;
+    field = fresh;
     return ScalarDispatch(op, field, image, 0.0, 0.0);
 }
 
 // The flat-field factor frame: statistic / element, 0 where the element is 0.
 Status RebuildFlatField(QmdDataStruct*& field, const QmdDataStruct* image,
                         Status (*statistic)(const QmdDataStruct*, double*)) noexcept {
+    const QmdDataStruct* before = field;
     const Status reciprocal = RebuildReference(field, kF32, qmeProcessReciprocal, image);
-    if (statistic == nullptr || field == nullptr) return reciprocal;
+    // Nothing was rebuilt (no image, or no memory): the statistic is not applied to the old frame.
+    if (statistic == nullptr || field == nullptr || field == before) return reciprocal;
     double value = 0.0;
     (void)statistic(image, &value);  // its status is not looked at: an unknown type fails above
     return ScalarDispatch(qmeProcessMultiplyConstant, field, field, value, 0.0);

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <new>
 
+#include "core/allocation.h"
 #include "core/element_types.h"
 
 namespace qm::online {
@@ -135,11 +135,14 @@ Status OrientSource(QmdDataStruct& source, const FramePlan& plan, size_t cellByt
     if (!plan.Orients()) return Status::Ok;
     const size_t w = source.nWidth, h = source.nHeight;
     auto* p = static_cast<unsigned char*>(source.pData);
-    std::unique_ptr<unsigned char[]> tmp;
+    struct ReleaseTemporary {
+        void operator()(unsigned char* q) const noexcept { Release(q); }
+    };
+    std::unique_ptr<unsigned char, ReleaseTemporary> tmp;
     // Square frames of whole cells are transposed in place; the others need the temporary.
     const bool inPlace = w == h && (cellBytes != 0 || ElementSize(source.eType) == 1);
     if (plan.transpose && !inPlace) {
-        tmp.reset(new (std::nothrow) unsigned char[w * h * (cellBytes == 0 ? 1 : cellBytes)]);
+        tmp.reset(static_cast<unsigned char*>(Allocate(w * h * (cellBytes == 0 ? 1 : cellBytes))));
         if (!tmp) return Status::MissingImage;
     }
     switch (cellBytes) {

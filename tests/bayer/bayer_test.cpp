@@ -184,7 +184,7 @@ TEST(BayerRefusals, WriteNothing) {
     enum { kNullDst = 1, kNullDstData = 2, kNullSrc = 4, kNullSrcData = 8, kBinning = 16, kU8Source = 32 };
     const auto check = [&](int flags, uint32_t srcW, uint32_t srcH, uint32_t dstW, uint32_t dstH, QmeErrorCode want) {
         std::vector<uint8_t> out(3 * 40, kGuard);
-        QmdDataStruct dst{flags & kNullDstData ? nullptr : out.data(), dstW, dstH, qmeTypeU16, 1, {}};
+        QmdDataStruct dst{flags & kNullDstData ? nullptr : out.data(), dstW, dstH, qmeTypeRgb24, 1, {}};
         QmdDataStruct src{flags & kNullSrcData ? nullptr : mosaic.data(), srcW, srcH,
                           flags & kU8Source ? qmeTypeU8 : qmeTypeI16, 1, {}};
         QmdDataStruct* d = flags & kNullDst ? nullptr : &dst;
