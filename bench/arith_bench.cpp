@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image-to-image arithmetic on square frames: both operands read, the destination written.
 #include <cstdint>
 
@@ -27,11 +28,11 @@ void BM_Arith(benchmark::State& state, int32_t op, int32_t operandType, int32_t 
     qmbench::SetBytes(state, a.bytes() + b.bytes() + dst.bytes());
 }
 
-#define QM_ARITH_BENCH(NAME, OPERAND, DST)                                                          \
-    BENCHMARK_CAPTURE(BM_Arith, Add_##NAME, 1, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Sub_##NAME, 2, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Div_##NAME, 3, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(BM_Arith, Mul_##NAME, 4, OPERAND, DST)QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);
+#define QM_ARITH_BENCH(NAME, OPERAND, DST)                                                                  \
+    BENCHMARK_CAPTURE(BM_Arith, Add_##NAME, 1, OPERAND, DST) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond); \
+    BENCHMARK_CAPTURE(BM_Arith, Sub_##NAME, 2, OPERAND, DST) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond); \
+    BENCHMARK_CAPTURE(BM_Arith, Div_##NAME, 3, OPERAND, DST) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond); \
+    BENCHMARK_CAPTURE(BM_Arith, Mul_##NAME, 4, OPERAND, DST) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond);
 
 QM_ARITH_BENCH(U16xU16toU16, qmeTypeU16, qmeTypeU16)
 QM_ARITH_BENCH(U16xU16toF32, qmeTypeU16, qmeTypeF32)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The baseline every figure is read against: memcpy of a side x side x 4-byte buffer (at 2048, 16 MiB
 // read and 16 MiB written), counted as bytes read plus bytes written like the engine benchmarks.
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Colour reconstruction of square mosaics: the interpolating member through process 2001 and
 // the 2 x 2 binning through process 2000. Bytes are the mosaic read plus the colour written.
 #include "frame.h"

@@ -1,15 +1,16 @@
+// SPDX-License-Identifier: MIT
 // Frames for the benchmarks: square images of any element type, filled with a pattern. Every
 // benchmark runs at two sides: 2048 (the frames fit the last-level cache) and 4096 (they do not),
 // its first argument, read back with Side(state).
 #pragma once
+
+#include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
-
-#include <benchmark/benchmark.h>
 
 #include "core/element_types.h"
 #include "qmath/qmath.h"

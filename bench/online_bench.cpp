@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Online kernels on a square frame: bytes read (source and every reference used, the output
 // too when accumulating) plus bytes written, per frame.
 #include <vector>
@@ -11,7 +12,8 @@ using qmbench::Frame;
 
 void RunOnline(benchmark::State& state, int32_t srcType, int32_t outType, uint32_t options, uint32_t frameNumber) {
     const uint32_t side = qmbench::Side(state);
-    Frame src(srcType, side), dark(qmeTypeI32, side), flat(qmeTypeF32, side), gain(qmeTypeF32, side), out(outType, side);
+    Frame src(srcType, side), dark(qmeTypeI32, side), flat(qmeTypeF32, side), gain(qmeTypeF32, side),
+        out(outType, side);
     dark.Fill<int32_t>([](size_t i) { return static_cast<int32_t>(i % 97); });
     flat.Fill<float>([](size_t i) { return 0.75f + static_cast<float>(i % 13) / 32.0f; });
     gain.Fill<float>([](size_t i) { return 1.0f + static_cast<float>(i % 7); });
@@ -28,9 +30,12 @@ void RunOnline(benchmark::State& state, int32_t srcType, int32_t outType, uint32
     frame.colourFlag = srcType == qmeTypeRgb24Alt ? 1 : 0;
     for (auto _ : state) {
         qm::Status s;
-        if (srcType == qmeTypeU8 || srcType == qmeTypeRgb24Alt) s = qm::OnlinePipeline8(frame);
-        else if (srcType == qmeTypeU32 || srcType == qmeTypeI32) s = qm::OnlinePipeline32(frame);
-        else s = qm::OnlinePipeline16(frame);
+        if (srcType == qmeTypeU8 || srcType == qmeTypeRgb24Alt)
+            s = qm::OnlinePipeline8(frame);
+        else if (srcType == qmeTypeU32 || srcType == qmeTypeI32)
+            s = qm::OnlinePipeline32(frame);
+        else
+            s = qm::OnlinePipeline16(frame);
         benchmark::DoNotOptimize(s);
         benchmark::ClobberMemory();
     }
@@ -48,11 +53,11 @@ void RunOnline(benchmark::State& state, int32_t srcType, int32_t outType, uint32
 
 constexpr uint32_t D = qm::kOnlineDarkSubtract, F = qm::kOnlineFlatField, A = qm::kOnlineAccumulate;
 
-#define ONLINE_BENCH(name, src, out, options, frame)                                                 \
+#define ONLINE_BENCH(name, src, out, options, frame)                                               \
     void BM_Online_##name(benchmark::State& state) { RunOnline(state, src, out, options, frame); } \
     BENCHMARK(BM_Online_##name) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond)
 
-#define ONLINE_MODES(name, out, options)                      \
+#define ONLINE_MODES(name, out, options)                     \
     ONLINE_BENCH(name##_Write, qmeTypeU16, out, options, 1); \
     ONLINE_BENCH(name##_Accumulate, qmeTypeU16, out, (options) | A, 2)
 

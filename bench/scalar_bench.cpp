@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scalar operations on a square frame, in bytes read plus bytes written per second.
 #include <cstring>
 
@@ -20,7 +21,8 @@ void Scalar(benchmark::State& state, int32_t op, double a, int32_t srcType, int3
 
 constexpr int32_t kU8 = qmeTypeU8, kU16 = qmeTypeU16, kI32 = qmeTypeI32, kF32 = qmeTypeF32, kF64 = qmeTypeF64;
 
-#define QM_SCALAR_BENCH(NAME, ...) BENCHMARK_CAPTURE(Scalar, NAME, __VA_ARGS__) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond)
+#define QM_SCALAR_BENCH(NAME, ...) \
+    BENCHMARK_CAPTURE(Scalar, NAME, __VA_ARGS__) QM_BENCH_SIDES->Unit(benchmark::kMicrosecond)
 
 // Each operation family from U16 into U16, F32 and F64.
 QM_SCALAR_BENCH(Clip_U16_U16, 256, 100.0, kU16, kU16);

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Warnings for every target of the project.
 add_compile_options(
   $<$<COMPILE_LANGUAGE:CXX>:-Wall>

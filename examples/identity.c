@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A minimal host: loads the module by path, prints its name, identifiers and version, and
  * creates and deletes an instance. Usage: qmath_identity [path/to/libqmath.so] */
 #include <dlfcn.h>

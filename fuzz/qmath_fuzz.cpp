@@ -91,10 +91,7 @@ public:
     }
     uint32_t Below(uint32_t n) { return n <= 256 ? U8() % n : U32() % n; }
     bool Chance(uint32_t percent) { return U8() % 100 < percent; }
-    template <class T, size_t N>
-    T Pick(const std::array<T, N>& table) {
-        return table[Below(N)];
-    }
+    template <class T, size_t N> T Pick(const std::array<T, N>& table) { return table[Below(N)]; }
 
 private:
     const uint8_t* p_;

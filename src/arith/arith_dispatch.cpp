@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic dispatcher, the type-pair routines and the block loop they share.
 #include "arith/arith_dispatch.h"
 
@@ -30,8 +31,7 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
     const size_t ds = ElementSize(td), as = ElementSize(ta), bs = ElementSize(tb);
     // Element i of both operands is read before element i of the destination is written; blocks
     // keep that order only where no write can reach an operand element of a later index.
-    const size_t block =
-        BlockwiseIsSafe(dst, ds, a, as, n) && BlockwiseIsSafe(dst, ds, b, bs, n) ? blocks::kBlock : 1;
+    const size_t block = BlockwiseIsSafe(dst, ds, a, as, n) && BlockwiseIsSafe(dst, ds, b, bs, n) ? blocks::kBlock : 1;
     const bool real = td == kF32 || td == kF64;
     const bool stream = Streams(n * ds, Overlaps(dst, n * ds, a, n * as) || Overlaps(dst, n * ds, b, n * bs));
     alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
@@ -72,7 +72,8 @@ constexpr std::array<ArithRoutine, 9> MakeRoutineRow(std::integer_sequence<int32
     return row;
 }
 
-template <int32_t... Op1> constexpr RoutineTable MakeRoutineTable(std::integer_sequence<int32_t, Op1...> codes) noexcept {
+template <int32_t... Op1>
+constexpr RoutineTable MakeRoutineTable(std::integer_sequence<int32_t, Op1...> codes) noexcept {
     RoutineTable table{};
     ((table[Op1] = MakeRoutineRow<Op1>(codes)), ...);
     return table;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image-to-image arithmetic: processes 1 add, 2 subtract, 3 divide, 4 multiply.
 #pragma once
 
@@ -11,8 +12,7 @@ namespace qm {
 // Checks the three descriptors in order (destination, operand 1, operand 2 missing: MissingImage;
 // any count below 1: MissingImage; counts differ: CountMismatch; operand types outside 1 to 8:
 // UnsupportedType), then runs the pair routine of the two operand types.
-Status ArithDispatch(int32_t op, const QmdDataStruct* dst, const QmdDataStruct* op1,
-                     const QmdDataStruct* op2) noexcept;
+Status ArithDispatch(int32_t op, const QmdDataStruct* dst, const QmdDataStruct* op1, const QmdDataStruct* op2) noexcept;
 
 // A type-pair routine: operation `op` of `count` elements of operand 1 and operand 2 into `dst`.
 using ArithRoutine = Status (*)(int32_t op, const QmdDataStruct* dst, const void* op1, const void* op2,

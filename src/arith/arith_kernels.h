@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic family's kernels of one instruction set: what a call does to each block of
 // operand elements between the block stages of core/blocks.h. arith_kernels_body.h holds them,
 // built once for each instruction set; the dispatcher picks them once per call.
@@ -20,12 +21,18 @@ using DivideFn = bool (*)(const int32_t* a, const int32_t* b, size_t n, unsigned
 struct Kernels {
     IntegerFn integer[5][9];  // [process code 1, 2, 4][operand 2 type code (U32 read as I32)]
     RealFn real[5][9];        // [process code 1 to 4][operand 2 type code]
-    DivideFn divide[9];    // by integer destination type code
+    DivideFn divide[9];       // by integer destination type code
 };
 
-namespace baseline { extern const Kernels kKernels; }
-namespace avx2 { extern const Kernels kKernels; }
-namespace avx512 { extern const Kernels kKernels; }
+namespace baseline {
+extern const Kernels kKernels;
+}
+namespace avx2 {
+extern const Kernels kKernels;
+}
+namespace avx512 {
+extern const Kernels kKernels;
+}
 
 inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic family's kernels, written once over the lanes of core/lanes.h and compiled once
 // for each instruction set by arith_kernels_<set>.cpp. Include only there.
 #include <cstddef>
@@ -74,7 +75,8 @@ template <class D> bool DivideBlock(const int32_t* a, const int32_t* b, size_t n
     alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
     uint32_t zero = 0;
     for (size_t i = 0; i < n; ++i)
-        zero |= static_cast<uint32_t>(IntegerQuotient<D>(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i]), out[i]));
+        zero |=
+            static_cast<uint32_t>(IntegerQuotient<D>(static_cast<uint32_t>(a[i]), static_cast<uint32_t>(b[i]), out[i]));
     std::memcpy(dst, out, n * sizeof(D));
     return zero != 0;
 }

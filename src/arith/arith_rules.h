@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Per-element rules of image-to-image arithmetic, each written once over a value type V (a
 // vector of lanes, or one element).
 //

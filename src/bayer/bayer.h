@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Colour reconstruction from Bayer mosaics.
 #pragma once
 
@@ -12,8 +13,8 @@ namespace qm {
 Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t shift) noexcept;
 
 // The raw-pointer export of the interpolating reconstruction, with its fixed first-row sampling.
-Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples,
-                           uint32_t pitch, uint16_t shift) noexcept;
+Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples, uint32_t pitch,
+                           uint16_t shift) noexcept;
 
 // Parameters of the interpolating reconstruction; channel order red, green, blue.
 struct BayerParams {
@@ -28,8 +29,8 @@ struct BayerParams {
 struct BayerConstants {
     double dBayer1 = 0.0, dBayer2 = 0.0, dBayer3 = 0.0;  // gains of red, green, blue
     int32_t nBayer1 = 0, nBayer2 = 0, nBayer3 = 0;       // offsets of red, green, blue
-    int16_t nBayerShort = 0;                              // accepted, not used
-    uint16_t nBayerWord = 0;                              // the mosaic phase
+    int16_t nBayerShort = 0;                             // accepted, not used
+    uint16_t nBayerWord = 0;                             // the mosaic phase
 };
 
 constexpr BayerParams ParamsOf(const BayerConstants& c, uint16_t shift) noexcept {
@@ -41,10 +42,15 @@ constexpr BayerParams ParamsOf(const BayerConstants& c, uint16_t shift) noexcept
 template <class Sample>
 Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept;
 
-extern template Status BayerInterpolate<uint8_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
-extern template Status BayerInterpolate<uint16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
-extern template Status BayerInterpolate<int16_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
-extern template Status BayerInterpolate<uint32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
-extern template Status BayerInterpolate<int32_t>(const QmdDataStruct*, const QmdDataStruct*, const BayerParams&) noexcept;
+extern template Status BayerInterpolate<uint8_t>(const QmdDataStruct*, const QmdDataStruct*,
+                                                 const BayerParams&) noexcept;
+extern template Status BayerInterpolate<uint16_t>(const QmdDataStruct*, const QmdDataStruct*,
+                                                  const BayerParams&) noexcept;
+extern template Status BayerInterpolate<int16_t>(const QmdDataStruct*, const QmdDataStruct*,
+                                                 const BayerParams&) noexcept;
+extern template Status BayerInterpolate<uint32_t>(const QmdDataStruct*, const QmdDataStruct*,
+                                                  const BayerParams&) noexcept;
+extern template Status BayerInterpolate<int32_t>(const QmdDataStruct*, const QmdDataStruct*,
+                                                 const BayerParams&) noexcept;
 
 }  // namespace qm

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bilinear reconstruction of a mosaic into full-size colour, one template over the sample type.
 //
 // Geometry. Output pixels are written contiguously from the start of the destination: output row
@@ -61,7 +62,9 @@ template <class Sample> struct Mosaic {
     const unsigned char* data;
     int64_t width, height;
 
-    SampleRow<Sample> Row(int64_t r) const noexcept { return {data + r * width * static_cast<int64_t>(sizeof(Sample))}; }
+    SampleRow<Sample> Row(int64_t r) const noexcept {
+        return {data + r * width * static_cast<int64_t>(sizeof(Sample))};
+    }
     // The address of row r, for the vector kernels (which load without assuming alignment).
     const Sample* RowAddress(int64_t r) const noexcept { return reinterpret_cast<const Sample*>(Row(r).bytes); }
     // S_r[j], 0 outside the source.
@@ -73,7 +76,9 @@ template <class Sample> struct Mosaic {
 
 template <class Sample> using Sum = typename MosaicArith<Sample>::Sum;
 
-template <class Sample> QM_INLINE Sum<Sample> Add(Sum<Sample> a, Sum<Sample> b) noexcept { return MosaicArith<Sample>::Add(a, b); }
+template <class Sample> QM_INLINE Sum<Sample> Add(Sum<Sample> a, Sum<Sample> b) noexcept {
+    return MosaicArith<Sample>::Add(a, b);
+}
 template <class Sample, int D> QM_INLINE int32_t Div(Sum<Sample> a) noexcept {
     using A = MosaicArith<Sample>;
     return A::Value(A::template Divide<D>(a));
@@ -81,7 +86,8 @@ template <class Sample, int D> QM_INLINE int32_t Div(Sum<Sample> a) noexcept {
 template <class Sample> QM_INLINE int32_t Val(Sum<Sample> a) noexcept { return MosaicArith<Sample>::Value(a); }
 
 // Row 0, output pixel k of n (n = max(W, 2)).
-template <class Sample> inline void FirstRowPixel(const Mosaic<Sample>& m, int64_t k, int64_t n, Planes& v, int32_t at) noexcept {
+template <class Sample>
+inline void FirstRowPixel(const Mosaic<Sample>& m, int64_t k, int64_t n, Planes& v, int32_t at) noexcept {
     using S = Sample;
     if (k == 0) {
         v.Set(at, Val<S>(m.At(0, 1)), Val<S>(m.At(0, 0)), Val<S>(m.At(1, 0)));
@@ -98,7 +104,8 @@ template <class Sample> inline void FirstRowPixel(const Mosaic<Sample>& m, int64
 
 // Edge column j of row i >= 1 (column 0 or W - 1), in the fixed layout; j + 1 may reach the next row.
 // Two per row, so it stays out of line and is compiled once, not once per instruction set.
-template <class Sample> [[gnu::noinline]] void EdgePixel(const Mosaic<Sample>& m, int64_t i, int64_t j, int32_t out[3]) noexcept {
+template <class Sample>
+[[gnu::noinline]] void EdgePixel(const Mosaic<Sample>& m, int64_t i, int64_t j, int32_t out[3]) noexcept {
     using S = Sample;
     if (i % 2 == 1) {
         out[2] = Val<S>(m.At(i, j));
@@ -112,9 +119,9 @@ template <class Sample> [[gnu::noinline]] void EdgePixel(const Mosaic<Sample>& m
 }
 
 // An interior position j of a row with neighbours p (above) and n (below); every index is inside.
-template <Native K, class Sample>
-QM_INLINE void InteriorPixel(SampleRow<Sample> p, SampleRow<Sample> c, SampleRow<Sample> n, int64_t j, Planes& v,
-                             int32_t at) noexcept {
+template <Native K, class Sample> QM_INLINE void InteriorPixel(SampleRow<Sample> p, SampleRow<Sample> c,
+                                                               SampleRow<Sample> n, int64_t j, Planes& v,
+                                                               int32_t at) noexcept {
     using S = Sample;
     using A = MosaicArith<Sample>;
     const auto R = [](Sample s) { return A::Read(s); };
@@ -129,9 +136,9 @@ QM_INLINE void InteriorPixel(SampleRow<Sample> p, SampleRow<Sample> c, SampleRow
 
 // Interior columns [from, to) of a row of the given layout; plane index = column - base. Columns
 // go in pairs (odd, even), so the loop holds no colour test.
-template <RowLayout Layout, class Sample>
-QM_INLINE void InteriorRun(SampleRow<Sample> p, SampleRow<Sample> c, SampleRow<Sample> n, int64_t from, int64_t to, int64_t base,
-                           Planes& v) noexcept {
+template <RowLayout Layout, class Sample> QM_INLINE void InteriorRun(SampleRow<Sample> p, SampleRow<Sample> c,
+                                                                     SampleRow<Sample> n, int64_t from, int64_t to,
+                                                                     int64_t base, Planes& v) noexcept {
     constexpr Native kOdd = LayoutColumns<Layout>::odd, kEven = LayoutColumns<Layout>::even;
     int64_t j = from;
     if (j < to && j % 2 == 0) {
@@ -159,7 +166,8 @@ QM_INLINE void StoreRunWith(uint8_t* out, const Planes& v, int32_t count, const 
 // reconstruction, which would repeat the interpolation once per rule for every sample type.
 enum class StoreRule : uint8_t { Plain, PlainNarrow, Shifted, ShiftedNarrow };
 
-QM_INLINE void StoreRun(StoreRule rule, uint8_t* out, const Planes& v, int32_t count, const BayerChannels& ch) noexcept {
+QM_INLINE void StoreRun(StoreRule rule, uint8_t* out, const Planes& v, int32_t count,
+                        const BayerChannels& ch) noexcept {
     switch (rule) {
         case StoreRule::Plain: StoreRunWith<PlainRule<false>>(out, v, count, ch); break;
         case StoreRule::PlainNarrow: StoreRunWith<PlainRule<true>>(out, v, count, ch); break;
@@ -173,16 +181,16 @@ template <class Sample> struct Job {
     uint8_t* out;
     BayerChannels channels;
     StoreRule rule;
-    RowLayout layout[2];                  // by row parity
-    InteriorRowFn<Sample> vectorRow[2];   // by row parity: the interior's vector kernel, or null
-    int64_t vectorWidth;                  // pixels per run of the vector kernel
+    RowLayout layout[2];                 // by row parity
+    InteriorRowFn<Sample> vectorRow[2];  // by row parity: the interior's vector kernel, or null
+    int64_t vectorWidth;                 // pixels per run of the vector kernel
 };
 
 // Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
 // kernel): interior columns by the row's layout, the edge columns from `first` and `last`.
-template <class Sample>
-QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t first[3], const int32_t last[3],
-                             int64_t done, uint8_t* out, Planes& v) noexcept {
+template <class Sample> QM_INLINE void ScalarColumns(const Job<Sample>& job, int64_t i, const int32_t first[3],
+                                                     const int32_t last[3], int64_t done, uint8_t* out,
+                                                     Planes& v) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, perRow = std::max<int64_t>(w, 2);
     const SampleRow<Sample> p = m.Row(i - 1), c = m.Row(i), n = m.Row(i + 1);
@@ -243,13 +251,11 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     }
 }
 
-
 }  // namespace
 
 template <class Sample>
 Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept {
-    if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr)
-        return Status::MissingImage;
+    if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr) return Status::MissingImage;
     const int64_t w = src->nWidth, h = src->nHeight;
     if (w == 0 || h == 0) return Status::MissingImage;  // an empty mosaic
     // A descriptor whose elements are narrower than the member's samples describes too few bytes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simple reconstructions: 2 x 2 binning of a 16-bit mosaic, and the raw-pointer export whose
 // sampling is kept as the module has always done it (first row only, uniform rows after it).
 //
@@ -32,7 +33,8 @@ QM_INLINE void PutPixel(uint8_t* out, uint32_t blue, uint32_t green, uint32_t re
 // The samples are read without assuming their alignment (a host may slice a byte buffer).
 class BoundedSamples {
 public:
-    BoundedSamples(const void* data, uint64_t size) noexcept : data_(static_cast<const unsigned char*>(data)), size_(size) {}
+    BoundedSamples(const void* data, uint64_t size) noexcept
+        : data_(static_cast<const unsigned char*>(data)), size_(size) {}
     QM_INLINE uint32_t operator()(int64_t index) const noexcept {
         return index >= 0 && static_cast<uint64_t>(index) < size_ ? At(index) : 0u;
     }
@@ -42,7 +44,9 @@ public:
         std::memcpy(&s, data_ + 2 * index, sizeof s);
         return s;
     }
-    const uint16_t* Address(int64_t index) const noexcept { return reinterpret_cast<const uint16_t*>(data_ + 2 * index); }
+    const uint16_t* Address(int64_t index) const noexcept {
+        return reinterpret_cast<const uint16_t*>(data_ + 2 * index);
+    }
     uint64_t size() const noexcept { return size_; }
 
 private:
@@ -57,8 +61,7 @@ private:
 // wider than half the source reads on into the next row, and whatever lies past the source's
 // nWidth x nHeight elements (of the size its type gives) reads as 0.
 Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t shift) noexcept {
-    if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr)
-        return Status::MissingImage;
+    if (dst == nullptr || dst->pData == nullptr || src == nullptr || src->pData == nullptr) return Status::MissingImage;
     const uint32_t width = dst->nWidth;
     const uint32_t height = dst->nHeight;
     // The last output row is never written; with no columns no row is (a 0 x 4e9 destination
@@ -104,8 +107,8 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
 // readable indices are [0, (H - 1) * P + W). The output holds W x H pixels. The sample at the
 // address equal to the width (the carried sample) is taken as 0, and so is any index outside the
 // readable range (index -1 with W = 1, row 1 with H = 1). A width or height of 0 writes nothing.
-Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples,
-                           uint32_t pitch, uint16_t shift) noexcept {
+Status BayerInterpolateRaw(QmdRgbTriple* out, uint32_t width, uint32_t height, const uint16_t* samples, uint32_t pitch,
+                           uint16_t shift) noexcept {
     if (out == nullptr || samples == nullptr) return Status::MissingImage;
     if (width == 0 || height == 0) return Status::Ok;
     const BoundedSamples in(samples, static_cast<uint64_t>(height - 1) * pitch + width);

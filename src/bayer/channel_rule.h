@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The channel rule of the interpolating reconstruction: an interpolated value (signed 32-bit), the
 // channel's offset and gain, and the call's shift give one output byte.
 //
@@ -17,8 +18,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstdint>
+#include <cstdlib>
 
 #include "core/cpu.h"
 #include "core/truncate.h"
@@ -40,7 +41,8 @@ struct BayerChannels {
 template <bool Narrow> struct ShiftedRule {
     QM_INLINE static uint8_t Apply(int32_t x, const BayerChannel& c, uint32_t shift) noexcept {
         // A cut-off value multiplies 0, which gives 0 for any gain.
-        const int32_t v = c.offset >= x ? 0 : static_cast<int32_t>(static_cast<uint32_t>(x) - static_cast<uint32_t>(c.subtrahend));
+        const int32_t v =
+            c.offset >= x ? 0 : static_cast<int32_t>(static_cast<uint32_t>(x) - static_cast<uint32_t>(c.subtrahend));
         int32_t t;
         if constexpr (Narrow)
             t = static_cast<int32_t>(static_cast<double>(v) * c.gain);
@@ -67,9 +69,9 @@ template <bool Narrow> struct PlainRule {
 // whether the narrow form is exact.
 QM_INLINE double ShiftedBound(int64_t low, int64_t high, const BayerChannel& c) noexcept {
     const int64_t first = std::max(low, int64_t{c.offset} + 1);  // first value not cut off
-    if (first > high) return 0.0;                                 // every value is cut off
+    if (first > high) return 0.0;                                // every value is cut off
     const int64_t from = first - c.subtrahend, to = high - c.subtrahend;
-    if (from < INT32_MIN || to > INT32_MAX) return 0x1p31;         // the difference wraps
+    if (from < INT32_MIN || to > INT32_MAX) return 0x1p31;  // the difference wraps
     return static_cast<double>(std::max(std::abs(from), std::abs(to)));
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Four int32 lanes in SSE2 registers (baseline x86-64) for the vector row kernels.
 //
 // A lane set L offers: V (kWidth int32 lanes) and D (doubles for a gain); Splat, SplatDouble;
@@ -39,7 +40,9 @@ struct Sse2Lanes {
         const V x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
         return _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16);
     }
-    QM_INLINE static V LoadWords(const uint16_t* p) noexcept { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    QM_INLINE static V LoadWords(const uint16_t* p) noexcept {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
 
     QM_INLINE static V Add(V a, V b) noexcept { return _mm_add_epi32(a, b); }
     QM_INLINE static V Sub(V a, V b) noexcept { return _mm_sub_epi32(a, b); }
@@ -48,8 +51,12 @@ struct Sse2Lanes {
     template <int N> QM_INLINE static V Srai(V a) noexcept { return _mm_srai_epi32(a, N); }
     template <int N> QM_INLINE static V Srli(V a) noexcept { return _mm_srli_epi32(a, N); }
     template <int N> QM_INLINE static V Slli(V a) noexcept { return _mm_slli_epi32(a, N); }
-    QM_INLINE static V Sra(V a, uint32_t n) noexcept { return _mm_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(n))); }
-    QM_INLINE static V Srl(V a, uint32_t n) noexcept { return _mm_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(n))); }
+    QM_INLINE static V Sra(V a, uint32_t n) noexcept {
+        return _mm_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(n)));
+    }
+    QM_INLINE static V Srl(V a, uint32_t n) noexcept {
+        return _mm_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(n)));
+    }
     QM_INLINE static V Select(V mask, V ifSet, V ifClear) noexcept {
         return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, ifClear));
     }
@@ -58,7 +65,9 @@ struct Sse2Lanes {
         const V bias = _mm_set1_epi32(INT32_MIN);
         return Select(_mm_cmpgt_epi32(_mm_xor_si128(a, bias), _mm_xor_si128(b, bias)), b, a);
     }
-    QM_INLINE static V KeepWhereGreater(V x, V limit, V value) noexcept { return _mm_and_si128(_mm_cmpgt_epi32(x, limit), value); }
+    QM_INLINE static V KeepWhereGreater(V x, V limit, V value) noexcept {
+        return _mm_and_si128(_mm_cmpgt_epi32(x, limit), value);
+    }
     QM_INLINE static V Alternate(V a, V b) noexcept { return Select(_mm_setr_epi32(0, -1, 0, -1), b, a); }
     static constexpr bool kWideProducts = false;  // no MulTruncateLow
     QM_INLINE static V MulTruncate(V v, D gain) noexcept {

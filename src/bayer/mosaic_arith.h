@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How each mosaic sample type is read and summed by the interpolating reconstruction.
 //
 // 8- and 16-bit samples are summed in 32-bit signed arithmetic, which cannot overflow for four of

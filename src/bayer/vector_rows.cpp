@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The vector row kernels of the baseline set (SSE2), and the table of each set.
 #include "bayer/vector_rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector kernels for the bulk of a row: the interior columns of the interpolating reconstruction
 // and the cells of the 2 x 2 binning. Each instruction-set variant fills one table; the callers
 // keep the edge columns, the first row and every remainder on their scalar code.
@@ -14,16 +15,14 @@ namespace qm {
 // Writes `groups` runs of VectorRows::width interior pixels of a row, the first at column 1:
 // c is the row, p and n the rows above and below, out the row's pixel 0. Every column read,
 // from 0 to groups * width + 1, lies inside the rows.
-template <class Sample>
-using InteriorRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups, uint8_t* out,
-                               const BayerChannels& channels) noexcept;
+template <class Sample> using InteriorRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n,
+                                                       int64_t groups, uint8_t* out,
+                                                       const BayerChannels& channels) noexcept;
 
 // [shift not 0][wide][row layout, as RowLayout]. The narrow kernels need every product inside
 // int32 and, without a shift, every multiplicand below 2^31; the wide ones take any gain and
 // offset, and are null where the instruction set has no exact wide form.
-template <class Sample> struct InteriorRows {
-    InteriorRowFn<Sample> row[2][2][4];
-};
+template <class Sample> struct InteriorRows { InteriorRowFn<Sample> row[2][2][4]; };
 
 // Writes `groups` runs of VectorRows::width binned pixels from output column 0: the cells read
 // top[0 .. 2 * groups * width) and the same span of bottom.
@@ -38,10 +37,14 @@ struct VectorRows {
     BinRowFn bin;
 
     template <class Sample> const InteriorRows<Sample>* Interior() const noexcept {
-        if constexpr (std::is_same_v<Sample, uint8_t>) return &u8;
-        else if constexpr (std::is_same_v<Sample, uint16_t>) return &u16;
-        else if constexpr (std::is_same_v<Sample, int16_t>) return &i16;
-        else return nullptr;
+        if constexpr (std::is_same_v<Sample, uint8_t>)
+            return &u8;
+        else if constexpr (std::is_same_v<Sample, uint16_t>)
+            return &u16;
+        else if constexpr (std::is_same_v<Sample, int16_t>)
+            return &i16;
+        else
+            return nullptr;
     }
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The vector row kernels, written once over a lane set L (see lanes_sse2.h): a file per
 // instruction set includes this after selecting its target, with its own L, and fills a
 // VectorRows table. L offers L::kWidth lanes of int32 (type L::V) and lanes of double (L::D).
@@ -45,8 +46,10 @@ template <class L> struct RowKernels {
         return {L::Splat(c.offset), L::Splat(c.subtrahend), L::SplatDouble(c.gain)};
     }
     template <bool Unsigned, bool Wide> QM_INLINE static V Product(V v, D gain) noexcept {
-        if constexpr (Wide) return L::template MulTruncateLow<Unsigned>(v, gain);
-        else return L::MulTruncate(v, gain);
+        if constexpr (Wide)
+            return L::template MulTruncateLow<Unsigned>(v, gain);
+        else
+            return L::MulTruncate(v, gain);
     }
     template <bool Shifted, bool Wide> QM_INLINE static V Apply(V x, const Channel& c, uint32_t shift) noexcept {
         if constexpr (Shifted) {
@@ -97,7 +100,8 @@ template <class L> struct RowKernels {
     }
 
     // Binning: a 32-bit word of a row holds a cell's even (low half) and odd (high half) sample.
-    static void Bin(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out, uint32_t shift) noexcept {
+    static void Bin(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out,
+                    uint32_t shift) noexcept {
         const V low = L::Splat(0xFFFF);
         for (int64_t x = 0, end = groups * L::kWidth; x < end; x += L::kWidth) {
             const V a = L::LoadWords(top + 2 * x), b = L::LoadWords(bottom + 2 * x);
@@ -108,7 +112,8 @@ template <class L> struct RowKernels {
         }
     }
 
-    static constexpr VectorRows kTable = {L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(), MakeInterior<int16_t>(), &Bin};
+    static constexpr VectorRows kTable = {L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(),
+                                          MakeInterior<int16_t>(), &Bin};
 };
 
 }  // namespace

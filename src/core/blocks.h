@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Blocks of elements moved between host images and the kernels' working types: every family
 // reads a run of elements into doubles (exactly) or into their integer entry (int32), works on
 // the block in the first-level cache, and stores it back by the module's store rule. One table
@@ -34,9 +35,15 @@ struct Kernels {
     StoreIntFn storeInt[9];
 };
 
-namespace baseline { extern const Kernels kKernels; }
-namespace avx2 { extern const Kernels kKernels; }
-namespace avx512 { extern const Kernels kKernels; }
+namespace baseline {
+extern const Kernels kKernels;
+}
+namespace avx2 {
+extern const Kernels kKernels;
+}
+namespace avx512 {
+extern const Kernels kKernels;
+}
 
 inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The block stages of core/blocks.h, written once over the lanes of core/lanes.h and compiled
 // once for each instruction set by blocks_<set>.cpp. Include only there.
 #include <cstddef>
@@ -65,7 +66,11 @@ template <int32_t... Code> constexpr Kernels MakeKernels(std::integer_sequence<i
     ((k.load[Code] = &LoadBlock<Read<Code>>), ...);
     ((k.entry[Code] = &EntryBlock<Read<Code>>), ...);
     ((k.store[Code] = &StoreBlock<Element<Code>>), ...);
-    ((k.storeInt[Code] = std::is_integral_v<Element<Code>> ? &StoreIntBlock<std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>> : nullptr), ...);
+    ((k.storeInt[Code] =
+          std::is_integral_v<Element<Code>>
+              ? &StoreIntBlock<std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>>
+              : nullptr),
+     ...);
     return k;
 }
 

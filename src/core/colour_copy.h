@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain copy of 24-bit colour images: no arithmetic is ever applied to colour pixels.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The instruction set the kernels run on, chosen once at load.
 //
 // Every family keeps its hot loops in three translation units, one per instruction set (baseline
@@ -39,4 +40,3 @@ template <class Table> struct IsaTables {
 }  // namespace qm
 
 #define QM_INLINE [[gnu::always_inline]] inline
-

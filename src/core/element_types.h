@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Element type codes, their sizes and the C++ element type behind each code.
 #pragma once
 
@@ -24,11 +25,18 @@ enum TypeCode : int32_t {
 // Bytes per element. Never fails: a code outside the table counts as 2 bytes.
 constexpr uint32_t ElementSize(int32_t type) noexcept {
     switch (type) {
-        case 1: case 6: return 1;
-        case 2: case 7: return 2;
-        case 3: case 4: case 8: case 9: case 10: return 4;
+        case 1:
+        case 6: return 1;
+        case 2:
+        case 7: return 2;
+        case 3:
+        case 4:
+        case 8:
+        case 9:
+        case 10: return 4;
         case 5: return 8;
-        case 11: case 15: return 3;
+        case 11:
+        case 15: return 3;
         case 14: return 12;
         default: return 2;
     }

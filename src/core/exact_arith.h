@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Error-free transformations of double arithmetic, and the one rounding of an exact value, held
 // as an unevaluated sum of doubles, to a float, a double or an integer element.
 //

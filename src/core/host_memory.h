@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Elements of host images, read and written without assuming their alignment: a host may pass an
 // image that starts anywhere in a byte buffer.
 #pragma once

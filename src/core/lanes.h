@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector lanes for the kernels of one instruction set.
 //
 // A kernel unit is compiled three times, with the flags of baseline x86-64 (SSE2), AVX2 or
@@ -74,15 +75,18 @@ template <class M> QM_INLINE bool AllOf(M m) noexcept {
 
 // AllOf for a vector comparison, or a plain bool.
 template <class M> QM_INLINE bool AllOfLanes(M m) noexcept {
-    if constexpr (std::is_same_v<M, bool>) return m;
-    else return AllOf(m);
+    if constexpr (std::is_same_v<M, bool>)
+        return m;
+    else
+        return AllOf(m);
 }
 
 // kLanes integer elements of S at p, sign- or zero-extended to int32 (int32 itself as it is).
 template <class S> QM_INLINE VI LoadInt(const unsigned char* p) noexcept {
     static_assert(std::is_integral_v<S> && sizeof(S) <= 4);
 #if QM_VECTOR_BYTES == 64
-    if constexpr (sizeof(S) == 4) return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    if constexpr (sizeof(S) == 4)
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
     else if constexpr (sizeof(S) == 2) {
         const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
         return std::is_signed_v<S> ? _mm256_cvtepi16_epi32(w) : _mm256_cvtepu16_epi32(w);
@@ -91,7 +95,8 @@ template <class S> QM_INLINE VI LoadInt(const unsigned char* p) noexcept {
         return std::is_signed_v<S> ? _mm256_cvtepi8_epi32(b) : _mm256_cvtepu8_epi32(b);
     }
 #elif QM_VECTOR_BYTES == 32
-    if constexpr (sizeof(S) == 4) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    if constexpr (sizeof(S) == 4)
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     else if constexpr (sizeof(S) == 2) {
         const __m128i w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
         return std::is_signed_v<S> ? _mm_cvtepi16_epi32(w) : _mm_cvtepu16_epi32(w);
@@ -102,13 +107,16 @@ template <class S> QM_INLINE VI LoadInt(const unsigned char* p) noexcept {
         return std::is_signed_v<S> ? _mm_cvtepi8_epi32(b) : _mm_cvtepu8_epi32(b);
     }
 #else
-    if constexpr (sizeof(S) == 4) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+    if constexpr (sizeof(S) == 4)
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
     else {
         int32_t bits = 0;
         std::memcpy(&bits, p, 2 * sizeof(S));
         __m128i v = _mm_cvtsi32_si128(bits);
-        if constexpr (sizeof(S) == 1) v = _mm_unpacklo_epi8(v, v);  // each byte into the top of a word
-        else v = _mm_unpacklo_epi16(v, v);                          // each word into the top of a dword
+        if constexpr (sizeof(S) == 1)
+            v = _mm_unpacklo_epi8(v, v);  // each byte into the top of a word
+        else
+            v = _mm_unpacklo_epi16(v, v);  // each word into the top of a dword
         if constexpr (sizeof(S) == 1) v = _mm_unpacklo_epi16(v, v);
         return std::is_signed_v<S> ? _mm_srai_epi32(v, 32 - 8 * sizeof(S)) : _mm_srli_epi32(v, 32 - 8 * sizeof(S));
     }
@@ -137,7 +145,8 @@ template <class S> QM_INLINE VD LoadDouble(const unsigned char* p) noexcept {
 #elif QM_VECTOR_BYTES == 32
         return reinterpret_cast<VD>(_mm256_cvtps_pd(_mm_loadu_ps(reinterpret_cast<const float*>(p))));
 #else
-        return reinterpret_cast<VD>(_mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))));
+        return reinterpret_cast<VD>(
+            _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))));
 #endif
     } else {
         return ToDouble(LoadInt<S>(p));
@@ -164,7 +173,8 @@ QM_INLINE VI TruncateLow32(VD v) noexcept {
 #else
     if (AllWithinInt32(v)) return TruncateToInt32(v);
     alignas(QM_VECTOR_BYTES) int32_t low[kLanes];
-    for (size_t k = 0; k < kLanes; ++k) low[k] = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(v[k]))));
+    for (size_t k = 0; k < kLanes; ++k)
+        low[k] = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(v[k]))));
     VI r{};
     std::memcpy(&r, low, sizeof low);
     return r;
@@ -175,9 +185,12 @@ QM_INLINE VI TruncateLow32(VD v) noexcept {
 template <class D> QM_INLINE void StoreInt(unsigned char* p, VI v) noexcept {
     static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
 #if QM_VECTOR_BYTES == 64
-    if constexpr (sizeof(D) == 4) _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-    else if constexpr (sizeof(D) == 2) _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi16(v));
-    else _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi8(v));
+    if constexpr (sizeof(D) == 4)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+    else if constexpr (sizeof(D) == 2)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi16(v));
+    else
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_cvtepi32_epi8(v));
 #elif QM_VECTOR_BYTES == 32
     if constexpr (sizeof(D) == 4) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
@@ -281,7 +294,8 @@ inline constexpr size_t kWide = QM_VECTOR_BYTES / sizeof(int32_t);
 template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {
     static_assert(std::is_integral_v<S> && sizeof(S) <= 4);
 #if QM_VECTOR_BYTES == 64
-    if constexpr (sizeof(S) == 4) return _mm512_loadu_si512(p);
+    if constexpr (sizeof(S) == 4)
+        return _mm512_loadu_si512(p);
     else if constexpr (sizeof(S) == 2) {
         const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
         return std::is_signed_v<S> ? _mm512_cvtepi16_epi32(w) : _mm512_cvtepu16_epi32(w);
@@ -290,7 +304,8 @@ template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {
         return std::is_signed_v<S> ? _mm512_cvtepi8_epi32(b) : _mm512_cvtepu8_epi32(b);
     }
 #elif QM_VECTOR_BYTES == 32
-    if constexpr (sizeof(S) == 4) return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    if constexpr (sizeof(S) == 4)
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
     else if constexpr (sizeof(S) == 2) {
         const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
         return std::is_signed_v<S> ? _mm256_cvtepi16_epi32(w) : _mm256_cvtepu16_epi32(w);
@@ -299,7 +314,8 @@ template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {
         return std::is_signed_v<S> ? _mm256_cvtepi8_epi32(b) : _mm256_cvtepu8_epi32(b);
     }
 #else
-    if constexpr (sizeof(S) == 4) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    if constexpr (sizeof(S) == 4)
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     else {
         __m128i v;
         if constexpr (sizeof(S) == 2) {
@@ -321,21 +337,26 @@ template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {
 template <class D> QM_INLINE void StoreWide(unsigned char* p, VW v) noexcept {
     static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
 #if QM_VECTOR_BYTES == 64
-    if constexpr (sizeof(D) == 4) _mm512_storeu_si512(p, v);
-    else if constexpr (sizeof(D) == 2) _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtepi32_epi16(v));
-    else _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
+    if constexpr (sizeof(D) == 4)
+        _mm512_storeu_si512(p, v);
+    else if constexpr (sizeof(D) == 2)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtepi32_epi16(v));
+    else
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
 #elif QM_VECTOR_BYTES == 32
     if constexpr (sizeof(D) == 4) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
     } else if constexpr (sizeof(D) == 2) {
-        const __m256i packed = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1,
-                                                                   0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
+        const __m256i packed =
+            _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1, 0, 1, 4,
+                                                    5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
     } else {
-        const __m256i packed = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
-                                                                   0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(p),
-                         _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0))));
+        const __m256i packed =
+            _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4,
+                                                    8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(
+                                                            packed, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0))));
     }
 #else
     if constexpr (sizeof(D) == 4) {

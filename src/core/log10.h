@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The module's decimal logarithm: evaluated in extended precision (long double), with the powers
 // of ten that extended precision holds exactly giving their exponent exactly (the library
 // logarithm may miss it by an ulp, at 10^3 and 10^6 among others).
@@ -8,10 +9,9 @@
 namespace qm {
 
 inline long double Log10Extended(long double x) noexcept {
-    static constexpr long double kPowersOfTen[] = {1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,
-                                                   1e7L,  1e8L,  1e9L,  1e10L, 1e11L, 1e12L, 1e13L,
-                                                   1e14L, 1e15L, 1e16L, 1e17L, 1e18L, 1e19L, 1e20L,
-                                                   1e21L, 1e22L, 1e23L, 1e24L, 1e25L, 1e26L, 1e27L};
+    static constexpr long double kPowersOfTen[] = {1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,  1e7L,  1e8L,  1e9L,
+                                                   1e10L, 1e11L, 1e12L, 1e13L, 1e14L, 1e15L, 1e16L, 1e17L, 1e18L, 1e19L,
+                                                   1e20L, 1e21L, 1e22L, 1e23L, 1e24L, 1e25L, 1e26L, 1e27L};
     const long double l = std::log10(x);
     if (l > -0.5L && l < 27.5L) {
         const int k = static_cast<int>(l + 0.5L);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether a kernel may read a whole run of source elements before writing the destination
 // elements of the same indices, and still give the module's element order (element i read just
 // before element i is written, in index order).

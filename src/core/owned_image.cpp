@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/owned_image.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Images the module owns: the reference frames that MathSetData builds.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Status values inside the module. They cross the border as QmeErrorCode.
 #pragma once
 

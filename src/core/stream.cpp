@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/stream.h"
 
 #include <emmintrin.h>
@@ -34,7 +35,8 @@ void StreamCopy(unsigned char* dst, const unsigned char* src, size_t n) noexcept
     std::memcpy(dst, src, head);
     size_t i = head;
     for (; i + 16 <= n; i += 16)
-        _mm_stream_si128(reinterpret_cast<__m128i*>(dst + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)));
+        _mm_stream_si128(reinterpret_cast<__m128i*>(dst + i),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)));
     std::memcpy(dst + i, src + i, n - i);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Streaming stores for outputs larger than the last-level cache. Such an output is written a
 // block at a time from a scratch block in the first-level cache, with stores that bypass the
 // caches (as memcpy does for large copies), so the cache keeps what is read and no line of the
@@ -14,7 +15,9 @@ namespace qm {
 size_t StreamingThreshold() noexcept;
 
 // Whether an output of `bytes` that no source overlaps is streamed.
-inline bool Streams(size_t bytes, bool overlapsSource) noexcept { return !overlapsSource && bytes >= StreamingThreshold(); }
+inline bool Streams(size_t bytes, bool overlapsSource) noexcept {
+    return !overlapsSource && bytes >= StreamingThreshold();
+}
 
 // Copies n bytes from `src` to `dst` with streaming stores (the unaligned head and tail of dst with
 // ordinary ones).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one conversion of a floating value to an integer element, and the store rules built on it.
 //
 // TruncateToInteger truncates toward zero to int64; NaN, infinities and values outside int64 give

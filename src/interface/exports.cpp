@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The exported entry points: a thin shell that unpacks the handle and arguments, calls the
 // module's C++ and turns its status into a QmeErrorCode. Nothing here throws; no exception
 // leaves the library. Output pointers that are null are skipped, never written.
@@ -16,8 +17,7 @@ using qm::ToErrorCode;
 
 namespace {
 
-template <class T>
-void Put(T* out, T value) noexcept {
+template <class T> void Put(T* out, T value) noexcept {
     if (out != nullptr) *out = value;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a host recognises the module: one device, its name, identifiers and version.
 #pragma once
 

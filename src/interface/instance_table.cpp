@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "interface/instance_table.h"
 
 #include "core/owned_image.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The fixed table of processing instances and the lifecycle of one instance.
 #pragma once
 

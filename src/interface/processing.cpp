@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "interface/processing.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MathProcessData: one image or frame through the selected process.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "interface/selection.h"
 
 #include <array>
@@ -13,28 +14,34 @@ namespace {
 
 constexpr bool IsAcceptedProcess(int32_t code) noexcept {
     switch (code) {
-        case 1: case 2: case 3: case 4:     // image arithmetic
-        case 5: case 6: case 8: case 9:     // accepted, never handled (7 is refused)
+        case 1:
+        case 2:
+        case 3:
+        case 4:  // image arithmetic
+        case 5:
+        case 6:
+        case 8:
+        case 9:  // accepted, never handled (7 is refused)
         case 256:
-        case 2000: case 2001: case 2002:
-        case 9000:
-            return true;
-        default:
-            return code >= 500 && code <= 509;
+        case 2000:
+        case 2001:
+        case 2002:
+        case 9000: return true;
+        default: return code >= 500 && code <= 509;
     }
 }
 
 // The option bit of each option code 9001 to 9009; the order is the module's own.
 constexpr std::array<uint32_t, 9> kOptionBits = {
-    kOnlineDarkSubtract,       // 9001
-    kOnlineFlatField,          // 9002
-    kOnlineAccumulate,         // 9003
-    kOnlineTranspose,          // 9004
-    kOnlineFlipVertical,       // 9005
-    kOnlineMirrorHorizontal,   // 9006
-    kOnlineLog10,              // 9007
-    kOnlineThreshold,          // 9008
-    kOnlineClipRange,          // 9009
+    kOnlineDarkSubtract,      // 9001
+    kOnlineFlatField,         // 9002
+    kOnlineAccumulate,        // 9003
+    kOnlineTranspose,         // 9004
+    kOnlineFlipVertical,      // 9005
+    kOnlineMirrorHorizontal,  // 9006
+    kOnlineLog10,             // 9007
+    kOnlineThreshold,         // 9008
+    kOnlineClipRange,         // 9009
 };
 
 // Rebuilds one reference frame from `image`: a new one of `type` and the image's shape is made,
@@ -84,13 +91,15 @@ Status SetProcess(Instance& instance, int32_t code, uint8_t on) noexcept {
 
 Status SetConstant(Instance& instance, int32_t code, double value) noexcept {
     switch (code) {
-        case 2: case 4: case 6:
-        case 2000: case 2001: case 2002:
-            instance.dConstA = value;
-            break;
-        case 3: case 5: case 7:
-            instance.dConstB = value;
-            break;
+        case 2:
+        case 4:
+        case 6:
+        case 2000:
+        case 2001:
+        case 2002: instance.dConstA = value; break;
+        case 3:
+        case 5:
+        case 7: instance.dConstB = value; break;
         case qmeConstFrameCount:
             instance.nFrameCount = ConstantToU32(value);
             instance.nFrameCounter = 0;
@@ -116,11 +125,14 @@ Status SetData(Instance& instance, int32_t code, QmdDataStruct* image) noexcept 
         case qmeDataSourceFrame: {
             if (image == nullptr) return Status::MissingImage;
             switch (image->eType) {
-                case kU16: case kI16: case kU32: case kI32: case kU8: case kRgb24Alt: case kRgb24:
-                    instance.pSourceFrame = image;
-                    return Status::Ok;
-                default:
-                    return Status::UnsupportedSourceType;
+                case kU16:
+                case kI16:
+                case kU32:
+                case kI32:
+                case kU8:
+                case kRgb24Alt:
+                case kRgb24: instance.pSourceFrame = image; return Status::Ok;
+                default: return Status::UnsupportedSourceType;
             }
         }
         case qmeDataDarkFrame: return RebuildReference(instance.pDarkFrame, kI32, qmeProcessConvert, image);

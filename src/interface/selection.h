@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Choosing what an instance does: the process, its constants and its images.
 #pragma once
 

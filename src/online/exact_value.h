@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Exact online values and their one rounding into the output type.
 //
 // A corrected pixel is an integer (the source pixel, possibly less the dark pixel) times a float

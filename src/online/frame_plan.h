@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decision an online frame takes once, before any pixel is touched: which orientation steps
 // run, which arithmetic stages the kernel has, and whether it writes or accumulates.
 #pragma once

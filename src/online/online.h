@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Online processing of a live frame stream: one call per camera frame.
 #pragma once
 

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "online/online_frame.h"
 
 #include <algorithm>
 
-#include "core/colour_copy.h"
 #include "core/blocks.h"
+#include "core/colour_copy.h"
 #include "core/element_types.h"
 #include "core/overlap.h"
 #include "core/stream.h"
@@ -33,15 +34,19 @@ int32_t ConvertCopyCount(const QmdDataStruct& out) noexcept {
     return std::min(withDepth, std::max(ElementCount(out), int32_t{0}));
 }
 
-
 using LogFn = void (*)(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept;
 
 // The logarithm, by where the flat factor enters and by output type code.
 template <LogOrder Ord, bool kAcc> constexpr LogFn kLog[9] = {
     nullptr,
-    LogBlock<Ord, uint8_t, kAcc>,  LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
-    LogBlock<Ord, float, kAcc>,    LogBlock<Ord, double, kAcc>,   LogBlock<Ord, uint8_t, kAcc>,
-    LogBlock<Ord, uint16_t, kAcc>, LogBlock<Ord, uint32_t, kAcc>,
+    LogBlock<Ord, uint8_t, kAcc>,
+    LogBlock<Ord, uint16_t, kAcc>,
+    LogBlock<Ord, uint32_t, kAcc>,
+    LogBlock<Ord, float, kAcc>,
+    LogBlock<Ord, double, kAcc>,
+    LogBlock<Ord, uint8_t, kAcc>,
+    LogBlock<Ord, uint16_t, kAcc>,
+    LogBlock<Ord, uint32_t, kAcc>,
 };
 
 LogFn PickLog(const FramePlan& plan, int32_t type) noexcept {
@@ -54,10 +59,12 @@ LogFn PickLog(const FramePlan& plan, int32_t type) noexcept {
 // Runs the kernel of a frame over n pixels, block by block: the base values, the flat factor
 // (exactly: plainly where every value of the block is narrow enough, else as an exact product),
 // the final stage, then the store or the accumulation.
-void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int32_t outType, size_t pixelBytes) noexcept {
+void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int32_t outType,
+               size_t pixelBytes) noexcept {
     const Kernels& kk = kTables.Active();
     const blocks::Kernels& io = blocks::kTables.Active();
-    const BaseFn base = kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
+    const BaseFn base =
+        kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
     const size_t os = ElementSize(outType);
     const WideFn wide = kk.wide[static_cast<int>(plan.stage)][plan.accumulate][outType];
     const LogFn log = plan.stage == Stage::Log ? PickLog(plan, outType) : nullptr;
@@ -133,7 +140,8 @@ Status RunOnlineFrame(const OnlineFrame& frame, const PipelineLayout& layout) no
     if (plan.Orients()) {
         // The steps walk width x height elements: a shape whose product leaves the signed 32-bit
         // count is not a frame they can move.
-        if (uint64_t{src->nWidth} * src->nHeight != static_cast<uint64_t>(ElementCount(*src))) return Status::CountMismatch;
+        if (uint64_t{src->nWidth} * src->nHeight != static_cast<uint64_t>(ElementCount(*src)))
+            return Status::CountMismatch;
         if (const Status s = OrientSource(*src, plan, layout.orientCells); s != Status::Ok) return s;
     }
     if (plan.contradictory) return Status::ContradictoryOptions;
@@ -149,7 +157,8 @@ Status RunOnlineFrame(const OnlineFrame& frame, const PipelineLayout& layout) no
     args.a = frame.a;
     args.b = frame.b;
     args.n = static_cast<size_t>(n);
-    RunKernel(plan, layout.pick(plan.dark, plan.flat, plan.stage, plan.accumulate), args, out->eType, layout.pixelBytes);
+    RunKernel(plan, layout.pick(plan.dark, plan.flat, plan.stage, plan.accumulate), args, out->eType,
+              layout.pixelBytes);
     return Status::Ok;
 }
 

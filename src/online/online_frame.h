@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: MIT
 // The frame routine every online pipeline shares: checks, orientation, the kernel choice.
 #pragma once
 
 #include <cstddef>
 
 #include "core/status.h"
-#include "online/online.h"
 #include "online/frame_plan.h"
+#include "online/online.h"
 #include "online/online_rules.h"
 
 namespace qm::online {

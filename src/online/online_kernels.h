@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The online family's kernels of one instruction set: the stages a frame runs over each block of
 // pixels (online_rules.h gives the rule). online_kernels_body.h holds them, built once for each
 // instruction set; the frame routine (online_frame.cpp) picks them once per frame.
@@ -22,7 +23,8 @@ using StageFn = void (*)(double* v, size_t n, double a, double b) noexcept;
 using AccumulateFn = void (*)(const double* v, size_t n, unsigned char* out) noexcept;
 // Flat-field blocks with wider base values: exact products, the final stage, the store or the
 // accumulation, all per pixel.
-using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept;
+using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b,
+                        unsigned char* out) noexcept;
 
 // Frames without a float into integer outputs: the base values as their 32-bit patterns, stored
 // or added in the output's width.
@@ -40,9 +42,15 @@ struct Kernels {
     WideFn wide[kStages][2][9];  // [final stage][accumulate][output type code]
 };
 
-namespace baseline { extern const Kernels kKernels; }
-namespace avx2 { extern const Kernels kKernels; }
-namespace avx512 { extern const Kernels kKernels; }
+namespace baseline {
+extern const Kernels kKernels;
+}
+namespace avx2 {
+extern const Kernels kKernels;
+}
+namespace avx512 {
+extern const Kernels kKernels;
+}
 
 inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The online family's kernels, written once over the lanes of core/lanes.h and compiled once for
 // each instruction set by online_kernels_<set>.cpp. Include only there.
 #include <cstddef>
@@ -17,16 +18,18 @@ namespace {
 
 using namespace ::qm::QM_ISA_NS;
 
-template <ReaderId Id> using ReaderOf = std::tuple_element_t<
-    static_cast<size_t>(Id), std::tuple<ReadU16, ReadU32, ReadI32, ReadByte, ReadColourMean, ReadColourLuminance>>;
+template <ReaderId Id> using ReaderOf =
+    std::tuple_element_t<static_cast<size_t>(Id),
+                         std::tuple<ReadU16, ReadU32, ReadI32, ReadByte, ReadColourMean, ReadColourLuminance>>;
 
 // Word and byte pixels have a vector form: the pixel as int32 lanes.
-template <ReaderId Id> inline constexpr bool kVectorReader = Id == ReaderId::U16 || Id == ReaderId::U32 ||
-                                                            Id == ReaderId::I32 || Id == ReaderId::Byte;
-template <ReaderId Id> using Word = std::conditional_t<
-    Id == ReaderId::U16, uint16_t, std::conditional_t<Id == ReaderId::Byte, uint8_t, int32_t>>;
+template <ReaderId Id> inline constexpr bool kVectorReader =
+    Id == ReaderId::U16 || Id == ReaderId::U32 || Id == ReaderId::I32 || Id == ReaderId::Byte;
+template <ReaderId Id> using Word =
+    std::conditional_t<Id == ReaderId::U16, uint16_t, std::conditional_t<Id == ReaderId::Byte, uint8_t, int32_t>>;
 
-template <ReaderId Id, DarkRule Dk> QM_INLINE double BaseValue(const unsigned char* src, const int32_t* dark, size_t i) noexcept {
+template <ReaderId Id, DarkRule Dk>
+QM_INLINE double BaseValue(const unsigned char* src, const int32_t* dark, size_t i) noexcept {
     const auto s = ReaderOf<Id>::Read(src, i);
     if constexpr (Dk == DarkRule::Off) {
         return static_cast<double>(s);
@@ -37,7 +40,8 @@ template <ReaderId Id, DarkRule Dk> QM_INLINE double BaseValue(const unsigned ch
     }
 }
 
-template <ReaderId Id, DarkRule Dk> void Base(const unsigned char* src, const int32_t* dark, size_t n, double* base) noexcept {
+template <ReaderId Id, DarkRule Dk>
+void Base(const unsigned char* src, const int32_t* dark, size_t n, double* base) noexcept {
     size_t i = 0;
     if constexpr (kVectorReader<Id>) {
         using W = Word<Id>;
@@ -58,7 +62,8 @@ template <ReaderId Id, DarkRule Dk> void Base(const unsigned char* src, const in
     for (; i < n; ++i) base[i] = BaseValue<Id, Dk>(src, dark, i);
 }
 
-template <ReaderId Id, DarkRule Dk> void BaseInt(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept {
+template <ReaderId Id, DarkRule Dk>
+void BaseInt(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept {
     using W = Word<Id>;
     size_t i = 0;
     for (; i + kWide <= n; i += kWide) {

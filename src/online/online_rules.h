@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The per-pixel rule of the online kernels, in the order the module applies it:
 //   1. the base value: the source pixel (read by the pipeline's reader), less the dark pixel as a
 //      32-bit wrapping difference read back as signed (or, in the one kernel that says so, as an
@@ -89,9 +90,12 @@ void LogBlock(const double* base, const float* flat, const float* gain, size_t n
     for (size_t i = 0; i < n; ++i) {
         const long double v = base[i], g = gain[i];
         long double x;
-        if constexpr (Ord == LogOrder::NoFlat) x = v * g;
-        else if constexpr (Ord == LogOrder::FlatFirst) x = v * static_cast<long double>(flat[i]) * g;
-        else x = v * g * static_cast<long double>(flat[i]);
+        if constexpr (Ord == LogOrder::NoFlat)
+            x = v * g;
+        else if constexpr (Ord == LogOrder::FlatFirst)
+            x = v * static_cast<long double>(flat[i]) * g;
+        else
+            x = v * g * static_cast<long double>(flat[i]);
         Put<D, kAccumulate>(out, i, StoreFloat<D>(Log10Extended(x)));
     }
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "online/orientation.h"
 
 #include <algorithm>
@@ -11,9 +12,7 @@ namespace qm::online {
 namespace {
 
 // A cell of N bytes moved as a unit; the buffers may have any alignment.
-template <size_t N> struct Cell {
-    unsigned char b[N];
-};
+template <size_t N> struct Cell { unsigned char b[N]; };
 
 template <size_t N> inline Cell<N> Get(const unsigned char* p, size_t i) noexcept {
     Cell<N> c;
@@ -34,7 +33,8 @@ template <size_t N> void ReverseCells(unsigned char* p, size_t count) noexcept {
 
 // Swaps row r with row rows - 1 - r for the top half; rows are rowBytes long.
 void FlipRows(unsigned char* p, size_t rowBytes, size_t rows) noexcept {
-    for (size_t r = 0; r < rows / 2; ++r) std::swap_ranges(p + r * rowBytes, p + (r + 1) * rowBytes, p + (rows - 1 - r) * rowBytes);
+    for (size_t r = 0; r < rows / 2; ++r)
+        std::swap_ranges(p + r * rowBytes, p + (r + 1) * rowBytes, p + (rows - 1 - r) * rowBytes);
 }
 
 template <size_t N> void MirrorRows(unsigned char* p, size_t rowCells, size_t rows) noexcept {
@@ -46,12 +46,11 @@ template <size_t N> void MirrorRows(unsigned char* p, size_t rowCells, size_t ro
 // never crowd one cache set, and the transposition itself runs in the first-level cache.
 template <size_t N> inline constexpr size_t kTile = N == 1 ? 64 : 128 / N;
 
-template <size_t N> struct Tile {
-    Cell<N> cell[kTile<N>][kTile<N>];
-};
+template <size_t N> struct Tile { Cell<N> cell[kTile<N>][kTile<N>]; };
 
 // Reads the rows x cols tile at p (rows `stride` cells apart) into t transposed: t[c][r] = p(r, c).
-template <size_t N> void LoadTransposed(Tile<N>& t, const unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
+template <size_t N>
+void LoadTransposed(Tile<N>& t, const unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
     Tile<N> in;
     for (size_t r = 0; r < rows; ++r) std::memcpy(in.cell[r], p + r * stride * N, cols * N);
     for (size_t c = 0; c < cols; ++c)
@@ -59,7 +58,8 @@ template <size_t N> void LoadTransposed(Tile<N>& t, const unsigned char* p, size
 }
 
 // Writes the first rows x cols cells of t at p, rows `stride` cells apart.
-template <size_t N> void StoreTile(const Tile<N>& t, unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
+template <size_t N>
+void StoreTile(const Tile<N>& t, unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
     for (size_t r = 0; r < rows; ++r) std::memcpy(p + r * stride * N, t.cell[r], cols * N);
 }
 
@@ -109,7 +109,8 @@ void TransposePixelBytes(unsigned char* p, unsigned char* tmp, size_t w, size_t 
     std::memcpy(p, tmp, kept);
 }
 
-template <size_t N> void OrientCells(unsigned char* p, const FramePlan& plan, size_t w, size_t h, unsigned char* tmp) noexcept {
+template <size_t N>
+void OrientCells(unsigned char* p, const FramePlan& plan, size_t w, size_t h, unsigned char* tmp) noexcept {
     if (plan.rotate) ReverseCells<N>(p, w * h);
     if (plan.flip) FlipRows(p, w * N, h);
     if (plan.mirror) MirrorRows<N>(p, w, h);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Orientation steps of an online source frame, in place on the host's buffer.
 #pragma once
 

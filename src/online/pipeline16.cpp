@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Online pipeline for 16-bit sources: every pixel is read unsigned, whatever the declared type.
 #include "online/online_frame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Online pipeline for 32-bit sources. The pixel is taken unsigned by the plain kernels and as a
 // wrapped signed difference by the dark ones, with two exceptions: the converting copy reads it
 // as the source type declares it (it matters for floating outputs only), and the write-mode

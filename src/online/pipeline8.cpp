@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Online pipeline for 8-bit sources and colour sources reduced to 8 bits. The colour flag picks
 // the reader: 0 the byte itself, 1 the mean of the three colour bytes, anything else their
 // luminance. Orientation moves bytes, whole rows of (element size) x width bytes.
@@ -19,8 +20,9 @@ constexpr online::PipelineLayout kLayoutLuminance{&Pixels8<online::ReaderId::Col
 }  // namespace
 
 Status OnlinePipeline8(const OnlineFrame& frame) noexcept {
-    const online::PipelineLayout& layout =
-        frame.colourFlag == 0 ? kLayoutByte : frame.colourFlag == 1 ? kLayoutMean : kLayoutLuminance;
+    const online::PipelineLayout& layout = frame.colourFlag == 0   ? kLayoutByte
+                                           : frame.colourFlag == 1 ? kLayoutMean
+                                                                   : kLayoutLuminance;
     return online::RunOnlineFrame(frame, layout);
 }
 

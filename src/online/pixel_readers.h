@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How each online pipeline reads a source pixel: one small reader per source layout, each giving
 // the pixel as its narrowest integer (Value). kBits bounds the value's magnitude (for the
 // exactness decision).

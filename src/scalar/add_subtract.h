@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 501 add and 502 subtract a constant: x + A and x - A (subtraction adds -A).
 #pragma once
 

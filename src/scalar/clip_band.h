@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 256 clip to [A, B] and 500 band mask (A, B).
 //
 // Both compare the widened element with the double constants, so the plain double form is exact:

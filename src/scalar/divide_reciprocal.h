@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 504 divide by a constant (x / A) and 508 reciprocal (1 / x).
 //
 // 504: A equal to 0 or NaN stores 0 in every element (status 0). 508: an element equal to 0 or

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a scalar operation is evaluated in one call, and what each operation's exactness argument
 // works from.
 //
@@ -42,8 +43,8 @@ struct Kind {
     bool integer;
     bool f32;
     bool f64;
-    int bits;       // integers: every |x| is at most 2^bits, so x has at most that many significant bits
-    double bound;   // integers: 2^bits
+    int bits;      // integers: every |x| is at most 2^bits, so x has at most that many significant bits
+    double bound;  // integers: 2^bits
 };
 
 constexpr Kind KindOf(int32_t type) noexcept {
@@ -52,7 +53,8 @@ constexpr Kind KindOf(int32_t type) noexcept {
         case kU8: return {true, false, false, 8, 0x1p8};
         case kI16: return {true, false, false, 15, 0x1p15};
         case kU16: return {true, false, false, 16, 0x1p16};
-        case kI32: case kU32: return {true, false, false, 31, 0x1p31};
+        case kI32:
+        case kU32: return {true, false, false, 31, 0x1p31};
         case kF32: return {false, true, false, 0, 0.0};
         default: return {false, false, true, 0, 0.0};
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 505 decimal logarithm of every element, 506 natural logarithm and 507 square root of the last.
 //
 // 505: x > 0 stores log10(x) in extended precision (core/log10.h), rounded once to the
@@ -63,7 +64,8 @@ template <class S, class D> const D* Log10Table() noexcept {
 }
 
 // 505 through the table; true when some element was not positive.
-template <class S, class D> bool Log10ByTable(const D* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+template <class S, class D>
+bool Log10ByTable(const D* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept {
     using U = std::make_unsigned_t<S>;
     bool failed = false;
     for (size_t i = 0; i < n; ++i) {

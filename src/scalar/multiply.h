@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 503 multiply by a constant: x * A.
 #pragma once
 
@@ -33,7 +34,8 @@ inline Eval ChooseMul(Kind src, Kind dst, double a) noexcept {
     const Significand s = Analyse(a);
     if (src.integer) {
         if (!Within(a, 0x1p-900, 0x1p900)) return Eval::Plain;
-        if (s.bits + src.bits > 53) return dst.integer && src.bound * std::fabs(a) < 0x1p30 ? Eval::Exact32 : Eval::Exact;
+        if (s.bits + src.bits > 53)
+            return dst.integer && src.bound * std::fabs(a) < 0x1p30 ? Eval::Exact32 : Eval::Exact;
         if (dst.integer && IsIntegral(a) && std::fabs(a) < 0x1p31) return Eval::Integer;
         return Eval::Plain;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scalar dispatcher and the two statistics of an image.
 #include "scalar/scalar_dispatch.h"
 
@@ -14,8 +15,8 @@ namespace {
 
 // Indexed by source type code - 1. Type 8 goes to the I32 engine: its elements are read as signed.
 constexpr std::array<ScalarEngineFn, 8> kEngines = {
-    ScalarEngineI8, ScalarEngineI16, ScalarEngineI32, ScalarEngineF32,
-    ScalarEngineF64, ScalarEngineU8, ScalarEngineU16, ScalarEngineI32,
+    ScalarEngineI8,  ScalarEngineI16, ScalarEngineI32, ScalarEngineF32,
+    ScalarEngineF64, ScalarEngineU8,  ScalarEngineU16, ScalarEngineI32,
 };
 
 // Running maximum starting at the type's lowest value. Integers replace it when strictly greater
@@ -48,12 +49,12 @@ template <class T> double Mean(const void* data, int32_t n) noexcept {
 using StatisticFn = double (*)(const void*, int32_t) noexcept;
 
 constexpr std::array<StatisticFn, 8> kMaximum = {
-    Maximum<Element<kI8>>, Maximum<Element<kI16>>, Maximum<Element<kI32>>, Maximum<Element<kF32>>,
-    Maximum<Element<kF64>>, Maximum<Element<kU8>>, Maximum<Element<kU16>>, Maximum<Element<kU32>>,
+    Maximum<Element<kI8>>,  Maximum<Element<kI16>>, Maximum<Element<kI32>>, Maximum<Element<kF32>>,
+    Maximum<Element<kF64>>, Maximum<Element<kU8>>,  Maximum<Element<kU16>>, Maximum<Element<kU32>>,
 };
 constexpr std::array<StatisticFn, 8> kMean = {
-    Mean<Element<kI8>>, Mean<Element<kI16>>, Mean<Element<kI32>>, Mean<Element<kF32>>,
-    Mean<Element<kF64>>, Mean<Element<kU8>>, Mean<Element<kU16>>, Mean<Element<kU32>>,
+    Mean<Element<kI8>>,  Mean<Element<kI16>>, Mean<Element<kI32>>, Mean<Element<kF32>>,
+    Mean<Element<kF64>>, Mean<Element<kU8>>,  Mean<Element<kU16>>, Mean<Element<kU32>>,
 };
 
 // An image a statistic can read: present, and with data unless it is empty.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One image and the constants A and B into a destination of any numeric element type
 // (operations 256 and 500 to 509), and the statistics used to normalise flat fields.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scalar engine: per call, the operation's evaluation is chosen (by the exactness argument in
 // the operation's own file) and the call runs block by block through the stages of the active
 // instruction set's kernels (scalar_kernels.h).
@@ -31,7 +32,8 @@ using Log10Fn = bool (*)(const double* v, size_t n, unsigned char* dst) noexcept
 // 505 from 8- and 16-bit sources through a table of every result; false when the table cannot be had.
 using Log10TableFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept;
 
-template <class S, class D> bool Log10Tabled(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept {
+template <class S, class D>
+bool Log10Tabled(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept {
     const D* table = scalar::Log10Table<S, D>();
     if (table == nullptr) return false;
     failed |= scalar::Log10ByTable<S, D>(table, src, n, dst);
@@ -41,13 +43,18 @@ template <class S, class D> bool Log10Tabled(const unsigned char* src, size_t n,
 // [source type code][destination type code]; null where the source is not of 8 or 16 bits.
 template <class S> constexpr Log10TableFn kLog10TableRow[9] = {
     nullptr,
-    Log10Tabled<S, Element<kI8>>,  Log10Tabled<S, Element<kI16>>, Log10Tabled<S, Element<kI32>>,
-    Log10Tabled<S, Element<kF32>>, Log10Tabled<S, Element<kF64>>, Log10Tabled<S, Element<kU8>>,
-    Log10Tabled<S, Element<kU16>>, Log10Tabled<S, Element<kU32>>,
+    Log10Tabled<S, Element<kI8>>,
+    Log10Tabled<S, Element<kI16>>,
+    Log10Tabled<S, Element<kI32>>,
+    Log10Tabled<S, Element<kF32>>,
+    Log10Tabled<S, Element<kF64>>,
+    Log10Tabled<S, Element<kU8>>,
+    Log10Tabled<S, Element<kU16>>,
+    Log10Tabled<S, Element<kU32>>,
 };
 constexpr const Log10TableFn* kLog10Tables[9] = {
-    nullptr, kLog10TableRow<int8_t>, kLog10TableRow<int16_t>, nullptr, nullptr, nullptr,
-    kLog10TableRow<uint8_t>, kLog10TableRow<uint16_t>, nullptr,
+    nullptr, kLog10TableRow<int8_t>,  kLog10TableRow<int16_t>,  nullptr, nullptr,
+    nullptr, kLog10TableRow<uint8_t>, kLog10TableRow<uint16_t>, nullptr,
 };
 // A table costs one extended logarithm per source value once; below this many elements a call
 // computes its own.
@@ -66,25 +73,35 @@ template <class D, bool kRoot> bool Last(double last, unsigned char* dst) noexce
 // [destination type code]
 constexpr Log10Fn kLog10[9] = {
     nullptr,
-    Log10Block<Element<kI8>>,  Log10Block<Element<kI16>>, Log10Block<Element<kI32>>,
-    Log10Block<Element<kF32>>, Log10Block<Element<kF64>>, Log10Block<Element<kU8>>,
-    Log10Block<Element<kU16>>, Log10Block<Element<kU32>>,
+    Log10Block<Element<kI8>>,
+    Log10Block<Element<kI16>>,
+    Log10Block<Element<kI32>>,
+    Log10Block<Element<kF32>>,
+    Log10Block<Element<kF64>>,
+    Log10Block<Element<kU8>>,
+    Log10Block<Element<kU16>>,
+    Log10Block<Element<kU32>>,
 };
 template <bool kRoot> constexpr LastFn kLast[9] = {
     nullptr,
-    Last<Element<kI8>, kRoot>,  Last<Element<kI16>, kRoot>, Last<Element<kI32>, kRoot>,
-    Last<Element<kF32>, kRoot>, Last<Element<kF64>, kRoot>, Last<Element<kU8>, kRoot>,
-    Last<Element<kU16>, kRoot>, Last<Element<kU32>, kRoot>,
+    Last<Element<kI8>, kRoot>,
+    Last<Element<kI16>, kRoot>,
+    Last<Element<kI32>, kRoot>,
+    Last<Element<kF32>, kRoot>,
+    Last<Element<kF64>, kRoot>,
+    Last<Element<kU8>, kRoot>,
+    Last<Element<kU16>, kRoot>,
+    Last<Element<kU32>, kRoot>,
 };
 
 // What one call runs over each block.
 struct Plan {
     enum class Path : uint8_t { Double, Integer, Exact, Digits, Log10, Last } path = Path::Double;
-    scalar::FormFn form = nullptr;       // Double: the plain form, or none (convert)
+    scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
     scalar::Constants c{};
     scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci, or none (convert)
     uint32_t ci = 0;
-    scalar::ExactFn exact = nullptr;      // Exact: evaluation and store
+    scalar::ExactFn exact = nullptr;  // Exact: evaluation and store
     Log10Fn log10 = nullptr;
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
@@ -92,12 +109,10 @@ struct Plan {
 
 // An arithmetic operation under the evaluation chosen for it.
 Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval, int32_t srcType, int32_t dstType,
-               double a) noexcept {
+                double a) noexcept {
     Plan p;
     switch (eval) {
-        case Eval::Zero:
-            p.form = k.form[srcType][static_cast<int>(Form::Zero)];
-            break;
+        case Eval::Zero: p.form = k.form[srcType][static_cast<int>(Form::Zero)]; break;
         case Eval::Integer:
             p.path = Plan::Path::Integer;
             p.integer = form == Form::Add ? k.intAdd[srcType] : k.intMul[srcType];
@@ -111,14 +126,17 @@ Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval,
         case Eval::Exact32:
         case Eval::Scaled:
             p.path = Plan::Path::Exact;
-            p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Exact ? 0 : eval == Eval::Exact32 ? 1 : 2][dstType];
+            p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Exact     ? 0
+                                                         : eval == Eval::Exact32 ? 1
+                                                                                 : 2][dstType];
             p.c.a = a;
             break;
     }
     return p;
 }
 
-Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_t dstType, double a, double b) noexcept {
+Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_t dstType, double a,
+                   double b) noexcept {
     const Kind src = scalar::KindOf(srcType), dst = scalar::KindOf(dstType);
     Plan p;
     switch (op) {
@@ -134,11 +152,13 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
         case 502: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, -a), srcType, dstType, -a);
         case 503: return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, a), srcType, dstType, a);
         case 504: {
-            if (a == 0.0 || std::isnan(a)) return Arithmetic(k, Form::Div, ExactOp::Div, Eval::Zero, srcType, dstType, a);
+            if (a == 0.0 || std::isnan(a))
+                return Arithmetic(k, Form::Div, ExactOp::Div, Eval::Zero, srcType, dstType, a);
             // Dividing by a power of two is multiplying by its reciprocal: the same exact value.
             const double inverse = 1.0 / a;
             if (std::isfinite(a) && std::isfinite(inverse) && scalar::Analyse(a).bits == 1) {
-                return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, inverse), srcType, dstType, inverse);
+                return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, inverse), srcType, dstType,
+                                  inverse);
             }
             return Arithmetic(k, Form::Div, ExactOp::Div, scalar::ChooseDiv(src, dst, a), srcType, dstType, a);
         }
@@ -157,7 +177,8 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
             p.last = op == 507 ? kLast<true>[dstType] : kLast<false>[dstType];
             return p;
         case 508:
-            return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), srcType, dstType, 1.0);
+            return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), srcType,
+                              dstType, 1.0);
         default:  // 509: the load and the store rule alone; between integer types the bits move as int32
             if (src.integer && dst.integer) p.path = Plan::Path::Integer;
             return p;
@@ -191,8 +212,10 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         unsigned char* d = stream ? scratch : dst + i0 * ds;
         switch (p.path) {
             case Plan::Path::Integer:
-                if (p.integer != nullptr) p.integer(s, m, w, p.ci);
-                else io.entry[srcType](s, m, w);
+                if (p.integer != nullptr)
+                    p.integer(s, m, w, p.ci);
+                else
+                    io.entry[srcType](s, m, w);
                 io.storeInt[dstType](w, m, d);
                 break;
             case Plan::Path::Exact:
@@ -209,8 +232,10 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
                 failed |= p.log10(v, m, d);
                 break;
             default:
-                if (p.form != nullptr) p.form(s, m, v, p.c);
-                else io.load[srcType](s, m, v);
+                if (p.form != nullptr)
+                    p.form(s, m, v, p.c);
+                else
+                    io.load[srcType](s, m, v);
                 io.store[dstType](v, m, d);
                 break;
         }
@@ -221,13 +246,13 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
 }
 
 // The engine's own source type: U32 sources come through the I32 engine.
-template <class S> constexpr int32_t kSourceType = std::is_same_v<S, int8_t>     ? kI8
-                                                   : std::is_same_v<S, int16_t>  ? kI16
-                                                   : std::is_same_v<S, int32_t>  ? kI32
-                                                   : std::is_same_v<S, float>    ? kF32
-                                                   : std::is_same_v<S, double>   ? kF64
-                                                   : std::is_same_v<S, uint8_t>  ? kU8
-                                                                                 : kU16;
+template <class S> constexpr int32_t kSourceType = std::is_same_v<S, int8_t>    ? kI8
+                                                   : std::is_same_v<S, int16_t> ? kI16
+                                                   : std::is_same_v<S, int32_t> ? kI32
+                                                   : std::is_same_v<S, float>   ? kF32
+                                                   : std::is_same_v<S, double>  ? kF64
+                                                   : std::is_same_v<S, uint8_t> ? kU8
+                                                                                : kU16;
 
 // Operation index: 256 and 500 to 509 are known.
 bool IsScalarOperation(int32_t op) noexcept { return op == qmeProcessClip || (op >= 500 && op <= 509); }

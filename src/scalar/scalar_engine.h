@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The per-source-type operation engines: one template over the source element type, seven
 // instantiations. An engine selects the destination type, then the operation, and runs one loop.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scalar family's kernels of one instruction set: what a call does to each block of elements
 // besides the block stages of core/blocks.h. A block is read into doubles (or, for wrapping
 // integer arithmetic, int32) with the operation's plain form applied on the way, then stored by
@@ -40,9 +41,15 @@ struct Kernels {
     ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
 };
 
-namespace baseline { extern const Kernels kKernels; }
-namespace avx2 { extern const Kernels kKernels; }
-namespace avx512 { extern const Kernels kKernels; }
+namespace baseline {
+extern const Kernels kKernels;
+}
+namespace avx2 {
+extern const Kernels kKernels;
+}
+namespace avx512 {
+extern const Kernels kKernels;
+}
 
 inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scalar family's kernels, written once over the lanes of core/lanes.h and compiled once for
 // each instruction set by scalar_kernels_<set>.cpp. Include only there.
 #include <cstddef>
@@ -62,7 +63,8 @@ template <class S, class Op> void IntegerForm(const unsigned char* src, size_t n
         const VW x = LoadWide<S>(src + i * sizeof(S));
         StoreW(v + i, std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
     }
-    for (; i < n; ++i) v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c));
+    for (; i < n; ++i)
+        v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c));
 }
 
 template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
@@ -89,9 +91,14 @@ template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, d
 }
 
 // The exact evaluation of Op into each element type, for the tables.
-template <class Op, int32_t... Code> constexpr void FillExact(ExactFn (&row)[3][9], std::integer_sequence<int32_t, Code...>) noexcept {
+template <class Op, int32_t... Code>
+constexpr void FillExact(ExactFn (&row)[3][9], std::integer_sequence<int32_t, Code...>) noexcept {
     ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
-    ((row[1][Code] = std::is_integral_v<Element<Code>> ? &Exact<Op, Eval::Exact32, std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>> : nullptr), ...);
+    ((row[1][Code] =
+          std::is_integral_v<Element<Code>>
+              ? &Exact<Op, Eval::Exact32, std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>>
+              : nullptr),
+     ...);
     ((row[2][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
 }
 template <class Op> constexpr void FillExact(ExactFn (&row)[3][9]) noexcept {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image-to-image arithmetic (processes 1 add, 2 subtract, 3 divide, 4 multiply). First every
 // operand type pair x destination type x operation against a model written from the element rules
 // in plain scalar code, on boundary and random values, out of place and in place over either
@@ -30,7 +31,6 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN(), kInf = std::nu
 
 bool IsFloat(int32_t t) { return t == qm::kF32 || t == qm::kF64; }
 
-
 // The integer a value takes part with: truncated toward zero (NaN and values beyond 64 bits give
 // -2^63), then its low 32 bits, signed.
 int64_t Whole(double x) {
@@ -55,7 +55,8 @@ uint64_t Model(int32_t op, int32_t td, double x, double y, bool& zero) {
     // Division works on both values reduced to the destination's width and signedness.
     const auto reduce = [&](int64_t v) {
         const uint64_t low = static_cast<uint64_t>(v) & mask;
-        return td <= qm::kI32 && low >> (bits - 1) ? static_cast<int64_t>(low) - static_cast<int64_t>(mask) - 1 : static_cast<int64_t>(low);
+        return td <= qm::kI32 && low >> (bits - 1) ? static_cast<int64_t>(low) - static_cast<int64_t>(mask) - 1
+                                                   : static_cast<int64_t>(low);
     };
     if (reduce(j) == 0) return zero = true, 0;
     return static_cast<uint64_t>(reduce(i) / reduce(j)) & mask;
@@ -68,9 +69,10 @@ const std::vector<double> kBoundary[] = {
     {0, 1, -1, 2, -2, 3, 7, 127, -128, 100, -56},
     {0, 1, -1, 2, -5, 7, 256, -256, 300, 30000, 32767, -32768, -6},
     {0, 1, -1, 3, -7, 256, 65536, -65536, 65535, 100000, INT32_MAX, INT32_MIN},
-    {0, -0.0, 0.5, -0.5, 2.7, -2.9, 1, -1, 3e9, -3e9, 1e20, 256, 65536.5, 0x1p31, -0x1p31, 3.4e38, 1e-40, kNaN, kInf, -kInf},
-    {0, -0.0, 0.5, -0.9, 2.7, -2.9, 1, -1, 4294967296.5, -4294967297.0, 9.2e18, 0x1p63, -0x1p63, 1e300, 256, -128, 1e-310,
-     kNaN, kInf, -kInf},
+    {0,    -0.0, 0.5,     -0.5,   2.7,     -2.9,   1,     -1,   3e9,  -3e9,
+     1e20, 256,  65536.5, 0x1p31, -0x1p31, 3.4e38, 1e-40, kNaN, kInf, -kInf},
+    {0,      -0.0,   0.5,     -0.9,  2.7, -2.9, 1,      -1,   4294967296.5, -4294967297.0,
+     9.2e18, 0x1p63, -0x1p63, 1e300, 256, -128, 1e-310, kNaN, kInf,         -kInf},
     {0, 1, 2, 3, 7, 100, 128, 200, 255},
     {0, 1, 3, 256, 300, 32768, 65534, 65535},
     {0, 1, 3, 256, 65536, 0x7FFFFFFF, 0x80000000u, 0x80000001u, 0xFFFFFFFEu, 0xFFFFFFFFu},
@@ -80,8 +82,12 @@ const std::vector<double> kBoundary[] = {
 void Put(Bytes& p, int32_t t, double v, const uint64_t* raw = nullptr) {
     const float f = static_cast<float>(v);
     const int64_t w = IsFloat(t) ? 0 : static_cast<int64_t>(v);
-    const void* from = raw ? static_cast<const void*>(raw) : t == qm::kF32 ? &f : t == qm::kF64 ? static_cast<const void*>(&v) : &w;
-    p.insert(p.end(), static_cast<const unsigned char*>(from), static_cast<const unsigned char*>(from) + qm::ElementSize(t));
+    const void* from = raw             ? static_cast<const void*>(raw)
+                       : t == qm::kF32 ? &f
+                       : t == qm::kF64 ? static_cast<const void*>(&v)
+                                       : &w;
+    p.insert(p.end(), static_cast<const unsigned char*>(from),
+             static_cast<const unsigned char*>(from) + qm::ElementSize(t));
 }
 
 // Every boundary value of t1 against every one of t2, then random pairs: fractions, small
@@ -95,7 +101,11 @@ std::pair<Bytes, Bytes> MakeOperands(int32_t t1, int32_t t2, std::mt19937_64& rn
             const uint64_t bits = rng();
             const double fraction = static_cast<double>(static_cast<int64_t>(bits >> 20) % 2000001 - 1000000) / 64.0;
             const uint64_t pick = bits >> 62;
-            Put(*p, t, pick == 0 ? fraction : pick == 1 ? static_cast<double>(bits % 19) - 9 : fraction * 1e5, pick == 3 ? &bits : nullptr);
+            Put(*p, t,
+                pick == 0   ? fraction
+                : pick == 1 ? static_cast<double>(bits % 19) - 9
+                            : fraction * 1e5,
+                pick == 3 ? &bits : nullptr);
         }
     return {a, b};
 }
@@ -106,14 +116,18 @@ bool Check(int32_t op, int32_t td, int32_t t1, const Bytes& a, int32_t t2, const
     const size_t s1 = qm::ElementSize(t1), s2 = qm::ElementSize(t2), sd = qm::ElementSize(td), n = a.size() / s1;
     std::vector<uint64_t> want(n);
     bool zero = false;
-    for (size_t i = 0; i < n; ++i) want[i] = Model(op, td, Value(t1, BitsAt(a, i, s1)), Value(t2, BitsAt(b, i, s2)), zero);
+    for (size_t i = 0; i < n; ++i)
+        want[i] = Model(op, td, Value(t1, BitsAt(a, i, s1)), Value(t2, BitsAt(b, i, s2)), zero);
     Bytes a2 = a, b2 = b, out(n * sd, 0xA5);
     Bytes& got = place == 0 ? out : place == 1 ? a2 : b2;
     const auto count = static_cast<uint32_t>(n);
-    QmdDataStruct d1{a2.data(), count, 1, t1, 1, {}}, d2{b2.data(), 1, count, t2, 1, {}}, dst{got.data(), count, 1, td, 1, {}};
-    const std::string where = "op " + std::to_string(op) + " types " + std::to_string(t1) + "," + std::to_string(t2) + " -> " +
-                              std::to_string(td) + " place " + std::to_string(place) + " count " + std::to_string(n);
-    const bool statusOk = qm::ArithDispatch(op, &dst, &d1, &d2) == (zero ? qm::Status::ElementNotComputed : qm::Status::Ok);
+    QmdDataStruct d1{a2.data(), count, 1, t1, 1, {}}, d2{b2.data(), 1, count, t2, 1, {}},
+        dst{got.data(), count, 1, td, 1, {}};
+    const std::string where = "op " + std::to_string(op) + " types " + std::to_string(t1) + "," + std::to_string(t2) +
+                              " -> " + std::to_string(td) + " place " + std::to_string(place) + " count " +
+                              std::to_string(n);
+    const bool statusOk =
+        qm::ArithDispatch(op, &dst, &d1, &d2) == (zero ? qm::Status::ElementNotComputed : qm::Status::Ok);
     EXPECT_TRUE(statusOk) << where;
     for (size_t i = 0; i < n; ++i) {
         const uint64_t g = BitsAt(got, i, sd);
@@ -183,7 +197,7 @@ TEST(ArithChecks, FirstFailingCheckDecidesAndNothingIsWritten) {
         {ok, ok, {4, 1, 9}, 1, Status::UnsupportedType},
         {{4, 1, 9}, ok, ok, 3, Status::UnsupportedType},
         {{4, 1, 0}, ok, ok, 0, Status::UnsupportedType},  // before the operation
-        {ok, ok, ok, 0, Status::Ok},                        // unknown operations write nothing
+        {ok, ok, ok, 0, Status::Ok},                      // unknown operations write nothing
         {ok, ok, ok, 5, Status::Ok},
     };
     for (const auto& c : cases) {
@@ -191,7 +205,8 @@ TEST(ArithChecks, FirstFailingCheckDecidesAndNothingIsWritten) {
         QmdDataStruct d[3];
         const Desc* shape[3] = {&c.dst, &c.op1, &c.op2};
         unsigned char* data[3] = {out.data(), a.data(), b.data()};
-        for (int k = 0; k < 3; ++k) d[k] = {shape[k]->presence == kData ? data[k] : nullptr, shape[k]->w, shape[k]->h, shape[k]->type, 1, {}};
+        for (int k = 0; k < 3; ++k)
+            d[k] = {shape[k]->presence == kData ? data[k] : nullptr, shape[k]->w, shape[k]->h, shape[k]->type, 1, {}};
         const auto at = [&](int k) { return shape[k]->presence == kNone ? nullptr : &d[k]; };
         EXPECT_EQ(qm::ArithDispatch(c.op, at(0), at(1), at(2)), c.want) << &c - cases;
         EXPECT_EQ(out, std::vector<uint8_t>(64, 0xEE)) << &c - cases;

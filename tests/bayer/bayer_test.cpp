@@ -1,5 +1,8 @@
+// SPDX-License-Identifier: MIT
 // The reconstructions against plain per-pixel models of their rules, on every instruction set, with
 // guard bytes after the destination; the raw-pointer export's hand-worked quirks; the refusals.
+#include "bayer/bayer.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "bayer/bayer.h"
 #include "bayer_model.h"
 #include "support/instances.h"
 #include "support/isa.h"
@@ -46,8 +48,8 @@ const Taps O{{0, 0}}, E{{0, 1}}, Wt{{0, -1}}, S{{1, 0}}, A{{0, -1}, {0, 1}}, V{{
 // Native colour of an interior position by phase, row parity, column parity: red, blue, green in a
 // red row, green in a blue row; and the blue, green, red taps of each.
 enum Native { R, B, Gr, Gb };
-constexpr Native kNative[5][2][2] = {{}, {{R, Gr}, {Gb, B}}, {{Gb, B}, {R, Gr}}, {{B, Gb}, {Gr, R}},
-                                     {{Gr, R}, {B, Gb}}};
+constexpr Native kNative[5][2][2] = {
+    {}, {{R, Gr}, {Gb, B}}, {{Gb, B}, {R, Gr}}, {{B, Gb}, {Gr, R}}, {{Gr, R}, {B, Gb}}};
 const Taps* const kInterior[4][3] = {{&D, &X, &O}, {&O, &X, &D}, {&V, &O, &A}, {&A, &O, &V}};
 // Row 0 (first pixel, last pixel, odd, even column) and the edge columns of even and odd rows, all
 // in the layout G B / R G whatever the phase.
@@ -63,9 +65,12 @@ void Interpolate(std::vector<uint8_t>& out, const Mosaic& m, const qm::BayerPara
             const bool edge = k == 0 || k == perRow - 1;
             const int64_t j = k == perRow - 1 ? m.w - 1 : k;
             const Taps* const* taps = nullptr;
-            if (i == 0) taps = kRow0[k == 0 ? 0 : edge ? 1 : 3 - k % 2];
-            else if (edge) taps = kEdges[i % 2];
-            else if (p.phase >= 1 && p.phase <= 4) taps = kInterior[kNative[p.phase][i % 2][j % 2]];
+            if (i == 0)
+                taps = kRow0[k == 0 ? 0 : edge ? 1 : 3 - k % 2];
+            else if (edge)
+                taps = kEdges[i % 2];
+            else if (p.phase >= 1 && p.phase <= 4)
+                taps = kInterior[kNative[p.phase][i % 2][j % 2]];
             for (int c = 0; c < 3; ++c) v[c] = taps != nullptr ? m.Mean(*taps[c], i, j) : first[c];
             if (k == 0) std::copy(v, v + 3, first);
             for (int c = 0; c < 3; ++c)
@@ -108,9 +113,10 @@ template <class Sample, class Member> void Compare(Member member, int32_t type, 
                     std::vector<uint8_t> out(expected.size(), kGuard);
                     QmdDataStruct dst = qmtest::Describe(out, std::max(w, 2u), h, qmeTypeRgb24);
                     ASSERT_EQ(member(&dst, &src, p.shift, p.gain[0], p.gain[1], p.gain[2], p.offset[0], p.offset[1],
-                                     p.offset[2], -7, p.phase), qmeSuccess);
-                    ASSERT_EQ(out, expected) << "trial " << trial << ' ' << w << 'x' << h << " phase " << phase
-                                             << " shift " << p.shift;
+                                     p.offset[2], -7, p.phase),
+                              qmeSuccess);
+                    ASSERT_EQ(out, expected)
+                        << "trial " << trial << ' ' << w << 'x' << h << " phase " << phase << " shift " << p.shift;
                 });
             }
     }
@@ -156,13 +162,20 @@ TEST(BayerSimple, MatchesModel) {
 // The raw-pointer export over samples 10, 11, 12, ... at a pitch of 6: the first row only, uniform
 // rows after it, its last pixel re-storing remembered bytes, the last row untouched.
 TEST(BayerInterpolateRaw, Cases) {
-    const struct { uint32_t w, h; uint16_t shift; std::vector<uint8_t> expected; } cases[] = {  // then guard bytes
+    const struct {
+        uint32_t w, h;
+        uint16_t shift;
+        std::vector<uint8_t> expected;
+    } cases[] = {
+        // then guard bytes
         {4, 2, 0, {16, 10, 11, 0, 11, 11, 18, 12, 13, 18, 13, 13}},
         {3, 4, 0, {16, 10, 11, 0, 11, 11, 0, 11, 12, 19, 6, 0, 19, 6, 0, 19, 6, 0, 19, 6, 0, 19, 6, 0, 19, 6, 0}},
-        {2, 2, 1, {8, 5, 5, 4, 5, 2}},                   // remembered bytes are shifted again
-        {1, 1, 0, {1, 0, 10}}, {1, 1, 1, {0, 0, 5}},     // remembered bytes start at 1; index -1 reads 0
-        {3, 1, 0, {0, 10, 11, 0, 11, 11, 0, 11, 12}},    // H 1 reads nothing past the first row
-        {2, 0, 0, {}}, {0, 5, 0, {}},
+        {2, 2, 1, {8, 5, 5, 4, 5, 2}},  // remembered bytes are shifted again
+        {1, 1, 0, {1, 0, 10}},
+        {1, 1, 1, {0, 0, 5}},                          // remembered bytes start at 1; index -1 reads 0
+        {3, 1, 0, {0, 10, 11, 0, 11, 11, 0, 11, 12}},  // H 1 reads nothing past the first row
+        {2, 0, 0, {}},
+        {0, 5, 0, {}},
     };
     std::vector<uint16_t> in(64);
     for (size_t i = 0; i < in.size(); ++i) in[i] = static_cast<uint16_t>(10 + i);
@@ -186,11 +199,11 @@ TEST(BayerRefusals, WriteNothing) {
         std::vector<uint8_t> out(3 * 40, kGuard);
         QmdDataStruct dst{flags & kNullDstData ? nullptr : out.data(), dstW, dstH, qmeTypeRgb24, 1, {}};
         QmdDataStruct src{flags & kNullSrcData ? nullptr : mosaic.data(), srcW, srcH,
-                          flags & kU8Source ? qmeTypeU8 : qmeTypeI16, 1, {}};
+                          flags & kU8Source ? qmeTypeU8 : qmeTypeI16,     1,    {}};
         QmdDataStruct* d = flags & kNullDst ? nullptr : &dst;
         QmdDataStruct* s = flags & kNullSrc ? nullptr : &src;
-        const auto got = flags & kBinning ? MathBayerSimple(d, s, 1)
-                                          : MathBayerInterpolateI16(d, s, 1, 1, 1, 1, 0, 0, 0, 0, 2);
+        const auto got =
+            flags & kBinning ? MathBayerSimple(d, s, 1) : MathBayerInterpolateI16(d, s, 1, 1, 1, 1, 0, 0, 0, 0, 2);
         EXPECT_EQ(got, want) << flags << ' ' << srcW << 'x' << srcH << " -> " << dstW << 'x' << dstH;
         const size_t written = want == qmeSuccess ? 3 * size_t{dstW} * dstH : 0;
         for (size_t i = written; i < out.size(); ++i) ASSERT_EQ(out[i], kGuard) << flags << " byte " << i;
@@ -199,8 +212,12 @@ TEST(BayerRefusals, WriteNothing) {
         for (int member : {0, int{kBinning}}) check(member | null, 4, 4, 2, 2, qmeMissingImage);
     check(0, 0, 4, 5, 4, qmeMissingImage);  // an empty mosaic
     check(kU8Source, 5, 4, 5, 4, qmeUnsupportedType);
-    check(0, 5, 4, 14, 1, qmeCountMismatch); check(0, 5, 4, 5, 0, qmeCountMismatch); check(0, 5, 4, 15, 1, qmeSuccess);
-    check(0, 1, 4, 5, 1, qmeCountMismatch); check(0, 1, 1, 1, 1, qmeCountMismatch); check(0, 1, 4, 6, 1, qmeSuccess);
+    check(0, 5, 4, 14, 1, qmeCountMismatch);
+    check(0, 5, 4, 5, 0, qmeCountMismatch);
+    check(0, 5, 4, 15, 1, qmeSuccess);
+    check(0, 1, 4, 5, 1, qmeCountMismatch);
+    check(0, 1, 1, 1, 1, qmeCountMismatch);
+    check(0, 1, 4, 6, 1, qmeSuccess);
 }
 
 }  // namespace

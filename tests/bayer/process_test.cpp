@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Processes 2000 and 2001 through the exported entry, as a host drives them.
 #include <gtest/gtest.h>
 
@@ -45,7 +46,10 @@ TEST(BayerProcess, MatchTheDirectCalls) {
     ASSERT_EQ(MathBayerSimple(&dst, &bin, 2), qmeSuccess);
     EXPECT_EQ(Drive(instance, qmeProcessBayerSimple, 2.9, &bin, 4, 3), expected);
     SetBayerConstants(instance, {1.5, 0.75, 2.0, 3.0, -2.9, 40.0, 3.0});
-    const struct { QmdDataStruct src; decltype(&MathBayerInterpolateU8) member; } cases[] = {
+    const struct {
+        QmdDataStruct src;
+        decltype(&MathBayerInterpolateU8) member;
+    } cases[] = {
         {at(mosaic, 7, 5, qmeTypeU16), MathBayerInterpolateU16}, {at(bytes, 7, 5, qmeTypeU8), MathBayerInterpolateU8},
         {at(mosaic, 7, 5, qmeTypeI16), MathBayerInterpolateI16}, {at(words, 7, 5, qmeTypeI32), MathBayerInterpolateI32},
         {at(words, 7, 5, qmeTypeU32), MathBayerInterpolateU32},
@@ -67,9 +71,16 @@ TEST(BayerProcess, UnusableOperandsWriteNothing) {
     std::vector<float> floats(16, 3.0f);
     std::vector<uint16_t> mosaic = Mosaic();
     QmdDataStruct f32 = qmtest::Describe(floats, 4, 4, qmeTypeF32), u16 = qmtest::Describe(mosaic, 4, 4, qmeTypeU16);
-    const struct { int32_t process; QmdDataStruct* operand; uint32_t h; QmeErrorCode want; } cases[] = {
-        {qmeProcessBayerInterpolate, &f32, 4, qmeSuccess}, {qmeProcessBayerInterpolate, nullptr, 4, qmeMissingImage},
-        {qmeProcessBayerInterpolate, &u16, 2, qmeCountMismatch}, {qmeProcessBayerSimple, nullptr, 4, qmeMissingImage},
+    const struct {
+        int32_t process;
+        QmdDataStruct* operand;
+        uint32_t h;
+        QmeErrorCode want;
+    } cases[] = {
+        {qmeProcessBayerInterpolate, &f32, 4, qmeSuccess},
+        {qmeProcessBayerInterpolate, nullptr, 4, qmeMissingImage},
+        {qmeProcessBayerInterpolate, &u16, 2, qmeCountMismatch},
+        {qmeProcessBayerSimple, nullptr, 4, qmeMissingImage},
     };
     for (const auto& c : cases)
         EXPECT_EQ(Drive(instance, c.process, 0, c.operand, 4, c.h, c.want), std::vector<uint8_t>(12 * c.h, kGuard));

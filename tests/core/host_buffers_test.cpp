@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Host buffers as hosts really pass them: at any address (a slice of a byte buffer), holding NaN,
 // infinities and values beyond every integer range, and with the output laid over a source.
 //

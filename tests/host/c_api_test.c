@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The public header compiles as C99, and a C program can call the identity functions. */
 #include <stdio.h>
 #include <string.h>

@@ -1,22 +1,33 @@
+// SPDX-License-Identifier: MIT
 // Loads the built library by path, as a host application does, and resolves every export by
 // name: the C names plainly and the typed Bayer members by their C++ symbols.
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "qmath/qmath.h"
 
 namespace {
 
-const char* const kExports[] = {
-    "GetDeviceCount", "GetDeviceID", "MathVerOfDLL", "MathCreate", "MathDelete", "MathReset", "MathSetProcess",
-    "MathSetConstant", "MathSetData", "MathProcessData", "MathBayerSimple", "MathBayerInterpolate",
-    "_Z22MathBayerInterpolateU8P13QmdDataStructS0_tdddiiist", "_Z23MathBayerInterpolateU16P13QmdDataStructS0_tdddiiist",
-    "_Z23MathBayerInterpolateI16P13QmdDataStructS0_tdddiiist", "_Z23MathBayerInterpolateU32P13QmdDataStructS0_tdddiiist",
-    "_Z23MathBayerInterpolateI32P13QmdDataStructS0_tdddiiist"};
+const char* const kExports[] = {"GetDeviceCount",
+                                "GetDeviceID",
+                                "MathVerOfDLL",
+                                "MathCreate",
+                                "MathDelete",
+                                "MathReset",
+                                "MathSetProcess",
+                                "MathSetConstant",
+                                "MathSetData",
+                                "MathProcessData",
+                                "MathBayerSimple",
+                                "MathBayerInterpolate",
+                                "_Z22MathBayerInterpolateU8P13QmdDataStructS0_tdddiiist",
+                                "_Z23MathBayerInterpolateU16P13QmdDataStructS0_tdddiiist",
+                                "_Z23MathBayerInterpolateI16P13QmdDataStructS0_tdddiiist",
+                                "_Z23MathBayerInterpolateU32P13QmdDataStructS0_tdddiiist",
+                                "_Z23MathBayerInterpolateI32P13QmdDataStructS0_tdddiiist"};
 
 struct Module {
     void* handle = dlopen(QMATH_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 // The instance table, through the exported functions.
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <thread>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "interface/instance_table.h"
 #include "qmath/qmath.h"

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 // The processing entry: the frame counter, the routing by process and the colour copy.
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "qmath/qmath.h"
 #include "support/instances.h"
@@ -43,9 +44,9 @@ TEST(ProcessData, ScalarProcessOnAColourImageIsAPlainCopyWithItsOwnChecks) {
         int32_t type;
         bool data;
         QmeErrorCode status;
-    } cases[] = {{2, 6, 11, true, qmeSuccess},         {4, 3, 7, true, qmeUnsupportedType},
-                 {4, 4, 11, true, qmeCountMismatch},   {5, 1, 4, true, qmeCountMismatch},
-                 {4, 3, 11, false, qmeMissingImage},   {0, 3, 11, true, qmeMissingImage}};
+    } cases[] = {{2, 6, 11, true, qmeSuccess},       {4, 3, 7, true, qmeUnsupportedType},
+                 {4, 4, 11, true, qmeCountMismatch}, {5, 1, 4, true, qmeCountMismatch},
+                 {4, 3, 11, false, qmeMissingImage}, {0, 3, 11, true, qmeMissingImage}};
     for (int32_t process : {256, 500, 503, 509}) {
         for (const auto& c : cases) {
             ScopedInstance h;

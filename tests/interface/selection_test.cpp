@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 // Choosing the process, the constants and the images of an instance, through the exports.
+#include <gtest/gtest.h>
+
 #include <climits>
 #include <limits>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "qmath/qmath.h"
 #include "support/instances.h"
@@ -75,8 +76,8 @@ TEST(SetConstant, StoresEachCodeInItsFieldTruncatingIntegersTowardZero) {
     const struct {
         double value;
         uint32_t stored;
-    } counts[] = {{3.99, 3}, {-2.9, 0xFFFFFFFEu}, {4294967297.0, 1}, {std::numeric_limits<double>::quiet_NaN(), 0},
-                  {1e300, 0}};
+    } counts[] = {
+        {3.99, 3}, {-2.9, 0xFFFFFFFEu}, {4294967297.0, 1}, {std::numeric_limits<double>::quiet_NaN(), 0}, {1e300, 0}};
     for (const auto& c : counts) {
         r.nFrameCounter = 5;
         MathSetConstant(h, 9002, c.value);
@@ -140,9 +141,12 @@ TEST(SetData, BuildsReferenceFramesFromTheHostImage) {
         QmdDataStruct* qm::Instance::*field;
         int32_t type;
         double statistic;  // 0: a plain copy; 1: the reciprocal
-    } frames[] = {{9000, &qm::Instance::pDarkFrame, qmeTypeI32, 0},   {9003, &qm::Instance::pGainFrame, qmeTypeF32, 0},
-                  {9001, &qm::Instance::pFlatFieldFrame, qmeTypeF32, 1}, {9005, &qm::Instance::pFlatFieldFrame, qmeTypeF32, mean},
-                  {9006, &qm::Instance::pFlatFieldFrame, qmeTypeF32, max}, {9007, &qm::Instance::pFlatFieldFrame, qmeTypeF32, max}};
+    } frames[] = {{9000, &qm::Instance::pDarkFrame, qmeTypeI32, 0},
+                  {9003, &qm::Instance::pGainFrame, qmeTypeF32, 0},
+                  {9001, &qm::Instance::pFlatFieldFrame, qmeTypeF32, 1},
+                  {9005, &qm::Instance::pFlatFieldFrame, qmeTypeF32, mean},
+                  {9006, &qm::Instance::pFlatFieldFrame, qmeTypeF32, max},
+                  {9007, &qm::Instance::pFlatFieldFrame, qmeTypeF32, max}};
     for (const auto& f : frames) {
         ASSERT_EQ(MathSetData(h, f.code, &image), qmeSuccess) << f.code;
         const QmdDataStruct* frame = h.record().*f.field;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One online frame's order of checks and its statuses, the colour copy, and the orientation steps
 // that rewrite the source in place: small odd and even frames, square and not, each element layout,
 // and frames spanning several transposition tiles.
@@ -10,9 +11,9 @@
 
 namespace {
 
-constexpr uint32_t kDark = qm::kOnlineDarkSubtract, kFlat = qm::kOnlineFlatField, kLog = qm::kOnlineLog10, kClip = qm::kOnlineClipRange,
-                   kFlip = qm::kOnlineFlipVertical, kThreshold = qm::kOnlineThreshold, kMirror = qm::kOnlineMirrorHorizontal,
-                   kTranspose = qm::kOnlineTranspose;
+constexpr uint32_t kDark = qm::kOnlineDarkSubtract, kFlat = qm::kOnlineFlatField, kLog = qm::kOnlineLog10,
+                   kClip = qm::kOnlineClipRange, kFlip = qm::kOnlineFlipVertical, kThreshold = qm::kOnlineThreshold,
+                   kMirror = qm::kOnlineMirrorHorizontal, kTranspose = qm::kOnlineTranspose;
 
 // A 4 x 2 U16 frame with every reference, each a little different from the others.
 struct FrameSetup {
@@ -29,28 +30,45 @@ struct FrameSetup {
 // written (never past width x height, nothing when the frame fails).
 TEST(OnlineFrame, ChecksComeFirstAndAFailedFrameWritesNothing) {
     using S = qm::Status;
-    const struct { const char* what; uint32_t options; void (*change)(FrameSetup&); S expected; bool sourceFlipped; size_t written; } cases[] = {
+    const struct {
+        const char* what;
+        uint32_t options;
+        void (*change)(FrameSetup&);
+        S expected;
+        bool sourceFlipped;
+        size_t written;
+    } cases[] = {
         {"no output", kFlip, [](FrameSetup& s) { s.frame.output = nullptr; }, S::MissingImage, false, 0},
         {"output without data", kFlip, [](FrameSetup& s) { s.outD.pData = nullptr; }, S::MissingImage, false, 0},
         {"no source", 0, [](FrameSetup& s) { s.frame.source = nullptr; }, S::MissingImage, false, 0},
         {"source without data", kFlip, [](FrameSetup& s) { s.srcD.pData = nullptr; }, S::MissingImage, false, 0},
         {"source with no elements", kFlip, [](FrameSetup& s) { s.srcD.nHeight = 0; }, S::MissingImage, false, 0},
-        {"dark used, not attached", kDark | kFlip, [](FrameSetup& s) { s.frame.dark = nullptr; }, S::MissingImage, false, 0},
-        {"flat used, no data", kFlat | kFlip, [](FrameSetup& s) { s.flatD.pData = nullptr; }, S::MissingImage, false, 0},
-        {"gain used by the logarithm", kLog | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::MissingImage, false, 0},
-        {"unused references may be missing", kFlip, [](FrameSetup& s) { s.frame.dark = s.frame.flat = s.frame.gain = nullptr; }, S::Ok, true, 8},
+        {"dark used, not attached", kDark | kFlip, [](FrameSetup& s) { s.frame.dark = nullptr; }, S::MissingImage,
+         false, 0},
+        {"flat used, no data", kFlat | kFlip, [](FrameSetup& s) { s.flatD.pData = nullptr; }, S::MissingImage, false,
+         0},
+        {"gain used by the logarithm", kLog | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::MissingImage,
+         false, 0},
+        {"unused references may be missing", kFlip,
+         [](FrameSetup& s) { s.frame.dark = s.frame.flat = s.frame.gain = nullptr; }, S::Ok, true, 8},
         {"source smaller than output", kFlip, [](FrameSetup& s) { s.srcD.nWidth = 3; }, S::CountMismatch, false, 0},
-        {"dark smaller than output", kDark | kFlip, [](FrameSetup& s) { s.darkD.nHeight = 1; }, S::CountMismatch, false, 0},
-        {"flat smaller than output", kFlat | kFlip, [](FrameSetup& s) { s.flatD.nWidth = 1; }, S::CountMismatch, false, 0},
-        {"reference of 2-byte elements", kDark | kFlip, [](FrameSetup& s) { s.darkD.eType = 7; }, S::CountMismatch, false, 0},
-        {"source type narrower than the pipeline's pixel", kFlip, [](FrameSetup& s) { s.srcD.eType = 1; }, S::UnsupportedType, false, 0},
+        {"dark smaller than output", kDark | kFlip, [](FrameSetup& s) { s.darkD.nHeight = 1; }, S::CountMismatch, false,
+         0},
+        {"flat smaller than output", kFlat | kFlip, [](FrameSetup& s) { s.flatD.nWidth = 1; }, S::CountMismatch, false,
+         0},
+        {"reference of 2-byte elements", kDark | kFlip, [](FrameSetup& s) { s.darkD.eType = 7; }, S::CountMismatch,
+         false, 0},
+        {"source type narrower than the pipeline's pixel", kFlip, [](FrameSetup& s) { s.srcD.eType = 1; },
+         S::UnsupportedType, false, 0},
         {"source larger than output is fine", kFlip, [](FrameSetup& s) { s.outD.nWidth = 2; }, S::Ok, true, 4},
         // The checks below come after the orientation, as the module's order has them.
-        {"logarithm with clip", kLog | kClip | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; }, S::ContradictoryOptions, true, 0},
+        {"logarithm with clip", kLog | kClip | kFlip, [](FrameSetup& s) { s.frame.gain = nullptr; },
+         S::ContradictoryOptions, true, 0},
         {"logarithm with threshold", kLog | kThreshold | kFlip, [](FrameSetup&) {}, S::ContradictoryOptions, true, 0},
         {"output type 11", kDark | kFlip, [](FrameSetup& s) { s.outD.eType = 11; }, S::UnsupportedType, true, 0},
         {"output type 9", kFlip, [](FrameSetup& s) { s.outD.eType = 9; }, S::UnsupportedType, true, 0},
-        {"empty output, arithmetic kernel", kDark | kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::MissingImage, true, 0},
+        {"empty output, arithmetic kernel", kDark | kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::MissingImage,
+         true, 0},
         {"empty output, converting copy", kFlip, [](FrameSetup& s) { s.outD.nWidth = 0; }, S::Ok, true, 0},
         {"copy into no planes", 0, [](FrameSetup& s) { s.outD.nDepth = 0; }, S::Ok, false, 0},
         {"copy into three planes", 0, [](FrameSetup& s) { s.outD.nDepth = 3; }, S::Ok, false, 8},
@@ -60,14 +78,22 @@ TEST(OnlineFrame, ChecksComeFirstAndAFailedFrameWritesNothing) {
         s.frame.options = c.options;
         c.change(s);
         EXPECT_EQ(qm::OnlinePipeline16(s.frame), c.expected) << c.what;
-        EXPECT_EQ(s.src, (c.sourceFlipped ? std::vector<uint16_t>{5, 6, 7, 8, 1, 2, 3, 4} : std::vector<uint16_t>{1, 2, 3, 4, 5, 6, 7, 8})) << c.what;
+        EXPECT_EQ(s.src, (c.sourceFlipped ? std::vector<uint16_t>{5, 6, 7, 8, 1, 2, 3, 4}
+                                          : std::vector<uint16_t>{1, 2, 3, 4, 5, 6, 7, 8}))
+            << c.what;
         for (size_t i = 0; i < 10; ++i) EXPECT_EQ(s.out[i] == 0xDEADBEEF, i >= c.written) << c.what << " " << i;
     }
 }
 
 TEST(OnlineFrame, ColourCopyIgnoresOptionsAndChecksItsImages) {
     using S = qm::Status;
-    const struct { const char* what; int outType, srcType; uint32_t srcWidth; S expected; bool copied; } cases[] = {
+    const struct {
+        const char* what;
+        int outType, srcType;
+        uint32_t srcWidth;
+        S expected;
+        bool copied;
+    } cases[] = {
         {"equal colour images", 11, 11, 4, S::Ok, true},
         {"source of type 7", 11, 7, 4, S::UnsupportedType, false},
         {"counts differ", 11, 11, 3, S::CountMismatch, false},
@@ -87,7 +113,12 @@ TEST(OnlineFrame, ColourCopyIgnoresOptionsAndChecksItsImages) {
 
 // type: source type (7 and 3 move elements, 6 and 15 bytes); in and expected: the source buffer
 // before and after, as elements (bytes for 6 and 15).
-struct OrientCase { const char* what; int type; uint32_t w, h, options; std::vector<uint32_t> in, expected; };
+struct OrientCase {
+    const char* what;
+    int type;
+    uint32_t w, h, options;
+    std::vector<uint32_t> in, expected;
+};
 
 // Runs one frame that only orients, the kernel being the converting copy into an F64 output, and
 // returns the source buffer afterwards; its shape must stay as it was.
@@ -99,7 +130,11 @@ std::vector<uint32_t> Orient(const OrientCase& c) {
     std::vector<double> out(size_t{c.w} * c.h);
     QmdDataStruct outDesc{out.data(), c.w, c.h, 5, 1, {}};
     const qm::OnlineFrame frame{c.options, &desc, nullptr, nullptr, nullptr, &outDesc, 0.0, 0.0, 1, 1, c.type == 15};
-    EXPECT_EQ(size == 1 ? qm::OnlinePipeline8(frame) : size == 4 ? qm::OnlinePipeline32(frame) : qm::OnlinePipeline16(frame), qm::Status::Ok) << c.what;
+    EXPECT_EQ(size == 1   ? qm::OnlinePipeline8(frame)
+              : size == 4 ? qm::OnlinePipeline32(frame)
+                          : qm::OnlinePipeline16(frame),
+              qm::Status::Ok)
+        << c.what;
     EXPECT_TRUE(desc.nWidth == c.w && desc.nHeight == c.h) << c.what;
     std::vector<uint32_t> result(c.in.size(), 0);
     for (size_t i = 0; i < c.in.size(); ++i) std::memcpy(&result[i], &buffer[i * size], size);
@@ -113,14 +148,26 @@ TEST(OnlineOrientation, StepsRewriteTheSourceInPlaceAndKeepItsShape) {
     const std::vector<uint32_t> six = {1, 2, 3, 4, 5, 6}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     const std::vector<uint32_t> twelve = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     const OrientCase cases[] = {
-        {"16-bit rotate 3x3 (odd rows: the middle row reverses)", 7, 3, 3, kFlip | kMirror, nine, {9, 8, 7, 6, 5, 4, 3, 2, 1}},
+        {"16-bit rotate 3x3 (odd rows: the middle row reverses)",
+         7,
+         3,
+         3,
+         kFlip | kMirror,
+         nine,
+         {9, 8, 7, 6, 5, 4, 3, 2, 1}},
         {"16-bit rotate 3x2", 7, 3, 2, kFlip | kMirror, six, {6, 5, 4, 3, 2, 1}},
         {"16-bit flip 2x3", 7, 2, 3, kFlip, six, {5, 6, 3, 4, 1, 2}},
         {"16-bit mirror 3x2", 7, 3, 2, kMirror, six, {3, 2, 1, 6, 5, 4}},
         {"16-bit flip then transpose 3x3", 7, 3, 3, kFlip | kTranspose, nine, {7, 4, 1, 8, 5, 2, 9, 6, 3}},
         {"16-bit mirror then transpose 2x2", 7, 2, 2, kMirror | kTranspose, {1, 2, 3, 4}, {2, 4, 1, 3}},
         {"32-bit rotate 4x3", 3, 4, 3, kFlip | kMirror, twelve, {12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1}},
-        {"32-bit mirror 3x3", 3, 3, 3, kMirror, {1, 0xFFFFFFFF, 3, 4, 5, 6, 7, 8, 0x80000000}, {3, 0xFFFFFFFF, 1, 6, 5, 4, 0x80000000, 8, 7}},
+        {"32-bit mirror 3x3",
+         3,
+         3,
+         3,
+         kMirror,
+         {1, 0xFFFFFFFF, 3, 4, 5, 6, 7, 8, 0x80000000},
+         {3, 0xFFFFFFFF, 1, 6, 5, 4, 0x80000000, 8, 7}},
         // Wider than high: offsets past the first w x h bytes are dropped, bytes no write reaches keep their value.
         {"8-bit transpose 3x2", 6, 3, 2, kTranspose, six, {1, 4, 3, 2, 5, 6}},
         // Higher than wide: later rows overwrite earlier ones.

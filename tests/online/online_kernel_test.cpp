@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every online kernel against the reference model: each source type, output type, dark and flat
 // on or off, final stage and mode, on boundary and random pixels, one test per instruction set and
 // source type. Then corrected values that lie one unit off a float midpoint.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decimal logarithms of large 8- and 16-bit images go through a table of every result; each
 // entry must be what the element-by-element rule (checked against the model elsewhere) stores.
 #include <gtest/gtest.h>

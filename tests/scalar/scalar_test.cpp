@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scalar operations (256, 500 to 509) and the statistics. First every source type x
 // destination type x operation against an independent model, on boundary and random elements and
 // on constants where rounding and truncation are hard, out of place and in place, one test per
@@ -32,7 +33,9 @@ using qmtest::Describe;
 constexpr double kInf = std::numeric_limits<double>::infinity(), kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Integer destinations: the low bits of t (NaN, infinities and values beyond int64 give INT64_MIN).
-uint64_t LowBits(int32_t dst, int64_t t) { return static_cast<uint64_t>(t) & ((uint64_t{1} << 8 * qm::ElementSize(dst)) - 1); }
+uint64_t LowBits(int32_t dst, int64_t t) {
+    return static_cast<uint64_t>(t) & ((uint64_t{1} << 8 * qm::ElementSize(dst)) - 1);
+}
 
 uint64_t StoreExact(int32_t dst, const mpq_class& q) {
     if (dst == qm::kF32) return std::bit_cast<uint32_t>(qmtest::RoundToNearestEven<float>(q));
@@ -61,9 +64,11 @@ uint64_t Model(int32_t op, int32_t dst, double x, double a, double b, bool& fail
     switch (op) {
         case 256: return StoreDouble(dst, !(x >= a) ? a : x > b ? b : x);  // unordered counts as below A
         case 500: return StoreDouble(dst, a < x && x < b ? 1 : 0);
-        case 501: case 502: return finite ? StoreExact(dst, mpq_class(x) + mpq_class(s)) : StoreDouble(dst, x + s);
+        case 501:
+        case 502: return finite ? StoreExact(dst, mpq_class(x) + mpq_class(s)) : StoreDouble(dst, x + s);
         case 503: return finite ? StoreExact(dst, mpq_class(x) * mpq_class(a)) : StoreDouble(dst, x * a);
-        case 504: case 508:
+        case 504:
+        case 508:
             if (den == 0 || std::isnan(den)) return StoreDouble(dst, 0);
             if (!std::isfinite(num) || !std::isfinite(den)) return StoreDouble(dst, num / den);
             return StoreExact(dst, mpq_class(num) / mpq_class(den));
@@ -75,22 +80,85 @@ uint64_t Model(int32_t op, int32_t dst, double x, double a, double b, bool& fail
 }
 
 // Elements on type limits, float midpoints, powers of ten, zeros of both signs, NaN and infinities.
-const double kElements[] = {0, -0.0, 1, -1, 2, 3, 7, 10, 30, 100, 999, 1000, 0.5, -1.5, 2.9, -2.9, 127, 128,
-                            -129, 255, 256, 32767, -32768, 65535, 65536, 2147483647.0, -2147483648.0,
-                            4294967295.0, 2147483648.0, 1e9, 1e10, 16777217.0, 1 + 0x1p-24, 0x1p-24 + 0x1p-60,
-                            1e30, 3.4028234663852886e38, 1e300, 1e-300, 1e-45, 5e-324, 0.1, 1.0 / 3,
-                            0x1.fffffffffffffp62, 0x1p63, -0x1p63, 0x1p64, kNaN, kInf, -kInf};
+const double kElements[] = {0,
+                            -0.0,
+                            1,
+                            -1,
+                            2,
+                            3,
+                            7,
+                            10,
+                            30,
+                            100,
+                            999,
+                            1000,
+                            0.5,
+                            -1.5,
+                            2.9,
+                            -2.9,
+                            127,
+                            128,
+                            -129,
+                            255,
+                            256,
+                            32767,
+                            -32768,
+                            65535,
+                            65536,
+                            2147483647.0,
+                            -2147483648.0,
+                            4294967295.0,
+                            2147483648.0,
+                            1e9,
+                            1e10,
+                            16777217.0,
+                            1 + 0x1p-24,
+                            0x1p-24 + 0x1p-60,
+                            1e30,
+                            3.4028234663852886e38,
+                            1e300,
+                            1e-300,
+                            1e-45,
+                            5e-324,
+                            0.1,
+                            1.0 / 3,
+                            0x1.fffffffffffffp62,
+                            0x1p63,
+                            -0x1p63,
+                            0x1p64,
+                            kNaN,
+                            kInf,
+                            -kInf};
 // Constants where a plain double evaluation would store a different element.
-const double kConstants[] = {0, -0.0, 1, -1, 3, -7, 0.5, 0.1, 1.0 / 3, -1e-17, 0x1p-60, 1e300, 1e-310, 2.5,
-                             65535.5, 0x1p31, (1 + 0x1p-24) / 3, 0x1p-24 + 0x1p-70, 3 / (1 + 0x1p-24), 1e20,
-                             1e-10, kNaN, kInf};
+const double kConstants[] = {0,
+                             -0.0,
+                             1,
+                             -1,
+                             3,
+                             -7,
+                             0.5,
+                             0.1,
+                             1.0 / 3,
+                             -1e-17,
+                             0x1p-60,
+                             1e300,
+                             1e-310,
+                             2.5,
+                             65535.5,
+                             0x1p31,
+                             (1 + 0x1p-24) / 3,
+                             0x1p-24 + 0x1p-70,
+                             3 / (1 + 0x1p-24),
+                             1e20,
+                             1e-10,
+                             kNaN,
+                             kInf};
 
 using qmtest::BitLength;
 using qmtest::BitsAt;
-using qmtest::MidpointPartner;
 using qmtest::Bytes;
+using qmtest::MidpointPartner;
 using qmtest::Value;
-
 
 // The given elements, then `random` random ones: integers of every magnitude and raw bit patterns.
 Bytes MakeSource(int32_t type, const std::vector<double>& given, size_t random, std::mt19937_64& rng) {
@@ -101,7 +169,10 @@ Bytes MakeSource(int32_t type, const std::vector<double>& given, size_t random, 
         const double v = i < given.size() ? given[i] : static_cast<double>(static_cast<int64_t>(bits) >> (bits % 62));
         const float f = static_cast<float>(v);
         const int64_t w = std::isfinite(v) && std::fabs(v) < 0x1p63 ? static_cast<int64_t>(v) : 0;
-        const void* from = i >= given.size() && i % 2 ? &bits : type == qm::kF32 ? &f : type == qm::kF64 ? static_cast<const void*>(&v) : &w;
+        const void* from = i >= given.size() && i % 2 ? &bits
+                           : type == qm::kF32         ? &f
+                           : type == qm::kF64         ? static_cast<const void*>(&v)
+                                                      : &w;
         std::memcpy(&s[i * size], from, size);
     }
     return s;
@@ -124,9 +195,11 @@ bool Check(int32_t srcType, const Bytes& src, int32_t dstType, int inPlace, int3
         failed = !(last > 0);
         want[0] = failed ? 0 : StoreLong(dstType, op == 506 ? std::log(last) : std::sqrt(last));
     }
-    QmdDataStruct s{inPlace ? out.data() : const_cast<unsigned char*>(src.data()), static_cast<uint32_t>(n), 1, srcType, 1, {}};
+    QmdDataStruct s{
+        inPlace ? out.data() : const_cast<unsigned char*>(src.data()), static_cast<uint32_t>(n), 1, srcType, 1, {}};
     QmdDataStruct d{out.data(), static_cast<uint32_t>(n), 1, dstType, 1, {}};
-    const bool statusOk = qm::ScalarDispatch(op, &d, &s, a, b) == (failed ? qm::Status::ElementNotComputed : qm::Status::Ok);
+    const bool statusOk =
+        qm::ScalarDispatch(op, &d, &s, a, b) == (failed ? qm::Status::ElementNotComputed : qm::Status::Ok);
     const std::string where = "op " + std::to_string(op) + " type " + std::to_string(srcType) + " -> " +
                               std::to_string(dstType) + (inPlace ? " in place" : "") + " A " + std::to_string(a);
     EXPECT_TRUE(statusOk) << where;
@@ -135,7 +208,8 @@ bool Check(int32_t srcType, const Bytes& src, int32_t dstType, int inPlace, int3
         const double g = Value(dstType, got), w = Value(dstType, want[i]);
         // NaN payloads, and the sign of a zero result other than a copied one, are not part of the rules.
         const bool isFloat = dstType == qm::kF32 || dstType == qm::kF64;
-        if (got == want[i] || (isFloat && ((std::isnan(g) && std::isnan(w)) || (g == 0 && w == 0 && op != 509)))) continue;
+        if (got == want[i] || (isFloat && ((std::isnan(g) && std::isnan(w)) || (g == 0 && w == 0 && op != 509))))
+            continue;
         ADD_FAILURE() << where << " B " << b << " element " << i << " x " << x[i] << ": got 0x" << std::hex << got
                       << " want 0x" << want[i];
         return false;
@@ -262,11 +336,16 @@ TEST(ScalarDispatch, ChecksInOrderAndWritesNothingOnFailure) {
         int32_t op;
         Status want;
     } cases[] = {
-        {nullptr, &src, 509, Status::MissingImage},    {&noData, &badSrc, 509, Status::MissingImage},
-        {&dst, nullptr, 509, Status::MissingImage},    {&dst, &noData, 509, Status::MissingImage},
-        {&dst, &empty, 509, Status::MissingImage},     {&dst, &small, 509, Status::CountMismatch},  // before the type
-        {&dst, &badSrc, 509, Status::UnsupportedType}, {&badDst, &src, 509, Status::UnsupportedType},
-        {&badDst, &src, 42, Status::UnsupportedType},  {&dst, &src, 42, Status::Ok},
+        {nullptr, &src, 509, Status::MissingImage},
+        {&noData, &badSrc, 509, Status::MissingImage},
+        {&dst, nullptr, 509, Status::MissingImage},
+        {&dst, &noData, 509, Status::MissingImage},
+        {&dst, &empty, 509, Status::MissingImage},
+        {&dst, &small, 509, Status::CountMismatch},  // before the type
+        {&dst, &badSrc, 509, Status::UnsupportedType},
+        {&badDst, &src, 509, Status::UnsupportedType},
+        {&badDst, &src, 42, Status::UnsupportedType},
+        {&dst, &src, 42, Status::Ok},
         {&dst, &src, 510, Status::Ok},
     };
     for (const auto& c : cases) {
@@ -341,13 +420,13 @@ TEST(ScalarStatistics, MaximumAndMean) {
         double want;
         Status status;
     } cases[] = {
-        {qm::ImageMaximum, &f, 1, Status::Ok},                // a NaN is taken, the next element replaces it
-        {qm::ImageMaximum, &w, 4294967295.0, Status::Ok},     // U32 read unsigned here
-        {qm::ImageMaximum, &emptyI16, -32768, Status::Ok},    // starts at the type's lowest value
+        {qm::ImageMaximum, &f, 1, Status::Ok},              // a NaN is taken, the next element replaces it
+        {qm::ImageMaximum, &w, 4294967295.0, Status::Ok},   // U32 read unsigned here
+        {qm::ImageMaximum, &emptyI16, -32768, Status::Ok},  // starts at the type's lowest value
         {qm::ImageMaximum, &emptyF32, -3.4028234663852886e38, Status::Ok},
         {qm::ImageMaximum, &rgb, -1, Status::StatisticUnavailable},
         {qm::ImageMean, &w, 2147483648.0, Status::Ok},
-        {qm::ImageMean, &o, 0, Status::Ok},                   // rounded after every addition, in order
+        {qm::ImageMean, &o, 0, Status::Ok},  // rounded after every addition, in order
         {qm::ImageMean, &emptyU8, kNaN, Status::Ok},
         {qm::ImageMean, &rgb, 0, Status::StatisticUnavailable},
         {qm::ImageMean, nullptr, -1, Status::MissingImage},
@@ -355,8 +434,10 @@ TEST(ScalarStatistics, MaximumAndMean) {
     for (const auto& c : cases) {
         double result = -1;
         EXPECT_EQ(c.statistic(c.image, &result), c.status);
-        if (std::isnan(c.want)) EXPECT_TRUE(std::isnan(result));
-        else EXPECT_EQ(result, c.want);
+        if (std::isnan(c.want))
+            EXPECT_TRUE(std::isnan(result));
+        else
+            EXPECT_EQ(result, c.want);
     }
 }
 

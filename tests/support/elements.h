@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Raw element buffers, shared by the model comparisons.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one rounding of an exact rational, as the reference models state it: nearest even for
 // floats (overflow to infinity), toward zero for integers (INT64_MIN beyond int64).
 #pragma once
@@ -17,11 +18,15 @@ namespace qmtest {
 template <class F> F RoundToNearestEven(const mpq_class& q) {
     int e = std::numeric_limits<F>::min_exponent;
     const double approx = q.get_d();  // truncated: same binade as q
-    if (!std::isfinite(approx)) return approx > 0 ? std::numeric_limits<F>::infinity() : -std::numeric_limits<F>::infinity();
+    if (!std::isfinite(approx))
+        return approx > 0 ? std::numeric_limits<F>::infinity() : -std::numeric_limits<F>::infinity();
     if (approx != 0) e = std::max(e, std::ilogb(approx) + 1);
     const int shift = std::numeric_limits<F>::digits - e;  // q * 2^shift has `digits` integer bits
     mpq_class scaled = abs(q);
-    if (shift >= 0) scaled *= mpq_class(mpz_class(1) << shift); else scaled /= mpq_class(mpz_class(1) << -shift);
+    if (shift >= 0)
+        scaled *= mpq_class(mpz_class(1) << shift);
+    else
+        scaled /= mpq_class(mpz_class(1) << -shift);
     mpz_class n = scaled.get_num() / scaled.get_den();
     const mpq_class rest = scaled - mpq_class(n);
     if (rest > mpq_class(1, 2) || (rest == mpq_class(1, 2) && mpz_odd_p(n.get_mpz_t()))) ++n;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Helpers for tests that drive instances through the exported functions.
 #pragma once
 

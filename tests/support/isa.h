@@ -36,8 +36,7 @@ public:
 };
 
 // Runs body(isa) once on every set.
-template <class F>
-void OnEveryIsa(F body) {
+template <class F> void OnEveryIsa(F body) {
     for (qm::Isa isa : AvailableIsas()) {
         ScopedIsa use(isa);
         SCOPED_TRACE("isa " + IsaName(isa));

@@ -16,13 +16,11 @@ namespace {
 
 constexpr int kThreads = 4;
 
-template <class T>
-QmdDataStruct Describe(std::vector<T>& v, uint32_t w, uint32_t h, int32_t type) {
+template <class T> QmdDataStruct Describe(std::vector<T>& v, uint32_t w, uint32_t h, int32_t type) {
     return QmdDataStruct{v.data(), w, h, type, 1, {}};
 }
 
-template <class T>
-void Append(std::vector<uint8_t>& digest, const std::vector<T>& v) {
+template <class T> void Append(std::vector<uint8_t>& digest, const std::vector<T>& v) {
     const auto* p = reinterpret_cast<const uint8_t*>(v.data());
     digest.insert(digest.end(), p, p + v.size() * sizeof(T));
 }
