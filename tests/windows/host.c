@@ -174,7 +174,7 @@ int main(int argc, char** argv) {
         uint16_t mosaic[16];
         QmdRgbTriple rgb[4];
         QmdDataStruct ds = Image(mosaic, 4, 4, qmeTypeU16), dd = Image(rgb, 2, 2, qmeTypeRgb24);
-        QmdDataStruct du16 = Image(rgb, 2, 2, qmeTypeU16);
+        QmdDataStruct du8 = Image(rgb, 2, 2, qmeTypeU8);
         QmeErrorCode st, refused;
         int i;
         for (i = 0; i < 16; ++i) mosaic[i] = (uint16_t)i;
@@ -183,8 +183,11 @@ int main(int argc, char** argv) {
         Report(st == 0 && rgb[0].rgbtBlue == 4 && rgb[0].rgbtGreen == 2 && rgb[0].rgbtRed == 1 &&
                    rgb[1].rgbtBlue == 6 && rgb[1].rgbtGreen == 4 && rgb[1].rgbtRed == 3 && rgb[2].rgbtBlue == 0xAB,
                "MathBayerSimple 4 x 4 -> 2 x 2: (4, 2, 1) (6, 4, 3), last row untouched");
-        refused = bayerSimple(&du16, &ds, 0);
-        printf("     a U16-typed destination of the same shape: status %d\n", (int)refused);
+        /* The same buffer described as 2 x 2 U8 (4 bytes) cannot take the 6 colour bytes: refused. */
+        memset(rgb, 0xAB, sizeof rgb);
+        refused = bayerSimple(&du8, &ds, 0);
+        Report(refused == 8004 && rgb[0].rgbtBlue == 0xAB && rgb[1].rgbtRed == 0xAB,
+               "MathBayerSimple into a 2 x 2 U8 destination: 8004, nothing written");
     }
 
     { /* The C++ member by its mangled name: a uniform 3 x 4 mosaic stays uniform in rows 0 to 2 (the
