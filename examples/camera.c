@@ -10,9 +10,9 @@
  * output holds the sum of its frames. A second instance sums the raw frames for comparison.
  *
  * It prints frames per second and MB/s of the corrected pipeline beside a memcpy of as many bytes
- * timed in the same run, the relative spread over the
- * uniform panel before and after correction, and writes both sums (as averages) as 8-bit PGM
- * images on one common grey scale, so that any viewer shows them side by side.
+ * timed in the same run, the relative spread over the uniform panel before and after correction,
+ * and writes both sums (as averages) as 8-bit PGM images on one common grey scale, so that any
+ * viewer shows them side by side.
  */
 #define _POSIX_C_SOURCE 200809L
 #include <dlfcn.h>
