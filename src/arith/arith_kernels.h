@@ -24,16 +24,6 @@ struct Kernels {
     DivideFn divide[9];       // by integer destination type code
 };
 
-namespace baseline {
-extern const Kernels kKernels;
-}
-namespace avx2 {
-extern const Kernels kKernels;
-}
-namespace avx512 {
-extern const Kernels kKernels;
-}
-
-inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
+QM_FAMILY_TABLES(Kernels);
 
 }  // namespace qm::arith

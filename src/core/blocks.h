@@ -35,16 +35,6 @@ struct Kernels {
     StoreIntFn storeInt[9];
 };
 
-namespace baseline {
-extern const Kernels kKernels;
-}
-namespace avx2 {
-extern const Kernels kKernels;
-}
-namespace avx512 {
-extern const Kernels kKernels;
-}
-
-inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
+QM_FAMILY_TABLES(Kernels);
 
 }  // namespace qm::blocks

@@ -39,4 +39,20 @@ template <class Table> struct IsaTables {
 
 }  // namespace qm
 
+// Inside a family's namespace: declares the table that each set's unit defines as
+// `<set>::kKernels` and the family's `kTables` over the three.
+#define QM_FAMILY_TABLES(Table)                                     \
+    namespace baseline {                                            \
+    extern const Table kKernels;                                    \
+    }                                                               \
+    namespace avx2 {                                                \
+    extern const Table kKernels;                                    \
+    }                                                               \
+    namespace avx512 {                                              \
+    extern const Table kKernels;                                    \
+    }                                                               \
+    inline constexpr ::qm::IsaTables<Table> kTables {               \
+        { &baseline::kKernels, &avx2::kKernels, &avx512::kKernels } \
+    }
+
 #define QM_INLINE [[gnu::always_inline]] inline

@@ -42,16 +42,6 @@ struct Kernels {
     WideFn wide[kStages][2][9];  // [final stage][accumulate][output type code]
 };
 
-namespace baseline {
-extern const Kernels kKernels;
-}
-namespace avx2 {
-extern const Kernels kKernels;
-}
-namespace avx512 {
-extern const Kernels kKernels;
-}
-
-inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
+QM_FAMILY_TABLES(Kernels);
 
 }  // namespace qm::online

@@ -41,16 +41,6 @@ struct Kernels {
     ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
 };
 
-namespace baseline {
-extern const Kernels kKernels;
-}
-namespace avx2 {
-extern const Kernels kKernels;
-}
-namespace avx512 {
-extern const Kernels kKernels;
-}
-
-inline constexpr IsaTables<Kernels> kTables{{&baseline::kKernels, &avx2::kKernels, &avx512::kKernels}};
+QM_FAMILY_TABLES(Kernels);
 
 }  // namespace qm::scalar
