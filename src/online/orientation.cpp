@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "online/orientation.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -10,6 +12,11 @@
 
 namespace qm::online {
 namespace {
+
+inline __m128i LoadBytes16(const unsigned char* p) noexcept {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+inline void StoreBytes16(unsigned char* p, __m128i v) noexcept { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
 // A cell of N bytes moved as a unit; the buffers may have any alignment.
 template <size_t N> struct Cell { unsigned char b[N]; };
@@ -21,13 +28,33 @@ template <size_t N> inline Cell<N> Get(const unsigned char* p, size_t i) noexcep
 }
 template <size_t N> inline void Put(unsigned char* p, size_t i, Cell<N> c) noexcept { std::memcpy(p + i * N, c.b, N); }
 
-// Reverses the order of count cells.
+// One 16-byte vector of cells in reverse order (SSE2, which every x86 target of the module has).
+template <size_t N> inline __m128i ReverseVector(__m128i v) noexcept {
+    v = _mm_shuffle_epi32(v, _MM_SHUFFLE(0, 1, 2, 3));  // dwords reversed: 4-byte cells done
+    if constexpr (N <= 2) {
+        v = _mm_shufflelo_epi16(v, _MM_SHUFFLE(2, 3, 0, 1));  // words inside each dword
+        v = _mm_shufflehi_epi16(v, _MM_SHUFFLE(2, 3, 0, 1));
+    }
+    if constexpr (N == 1) v = _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8));  // bytes inside words
+    return v;
+}
+
+// Reverses the order of count cells: a vector from each end at a time, swapped and reversed,
+// until fewer than two vectors' worth are left in the middle, which go cell by cell.
 template <size_t N> void ReverseCells(unsigned char* p, size_t count) noexcept {
-    if (count < 2) return;
-    for (size_t i = 0, j = count - 1; i < j; ++i, --j) {
+    constexpr size_t kCells = 16 / N;
+    size_t i = 0, j = count;  // cells [i, j) are still to reverse
+    if constexpr (N == 1 || N == 2 || N == 4) {
+        for (; j - i >= 2 * kCells; i += kCells, j -= kCells) {
+            const __m128i front = LoadBytes16(p + i * N), back = LoadBytes16(p + (j - kCells) * N);
+            StoreBytes16(p + i * N, ReverseVector<N>(back));
+            StoreBytes16(p + (j - kCells) * N, ReverseVector<N>(front));
+        }
+    }
+    for (; j - i >= 2; ++i, --j) {
         const Cell<N> a = Get<N>(p, i);
-        Put<N>(p, i, Get<N>(p, j));
-        Put<N>(p, j, a);
+        Put<N>(p, i, Get<N>(p, j - 1));
+        Put<N>(p, j - 1, a);
     }
 }
 
@@ -48,13 +75,80 @@ template <size_t N> inline constexpr size_t kTile = N == 1 ? 64 : 128 / N;
 
 template <size_t N> struct Tile { Cell<N> cell[kTile<N>][kTile<N>]; };
 
+// Blocks of kBlock<N> x kBlock<N> cells transposed in registers: one row of the block is 8 bytes
+// (bytes) or 16 bytes (16- and 32-bit cells). Rows of `from` are fromStride bytes apart, rows of
+// `to` toStride.
+template <size_t N> inline constexpr size_t kBlock = N == 4 ? 4 : 8;
+
+template <size_t N>
+void TransposeBlock(const unsigned char* from, size_t fromStride, unsigned char* to, size_t toStride) noexcept {
+    if constexpr (N == 4) {
+        const __m128i r0 = LoadBytes16(from), r1 = LoadBytes16(from + fromStride);
+        const __m128i r2 = LoadBytes16(from + 2 * fromStride), r3 = LoadBytes16(from + 3 * fromStride);
+        const __m128i t0 = _mm_unpacklo_epi32(r0, r1), t1 = _mm_unpackhi_epi32(r0, r1);
+        const __m128i t2 = _mm_unpacklo_epi32(r2, r3), t3 = _mm_unpackhi_epi32(r2, r3);
+        StoreBytes16(to, _mm_unpacklo_epi64(t0, t2));
+        StoreBytes16(to + toStride, _mm_unpackhi_epi64(t0, t2));
+        StoreBytes16(to + 2 * toStride, _mm_unpacklo_epi64(t1, t3));
+        StoreBytes16(to + 3 * toStride, _mm_unpackhi_epi64(t1, t3));
+    } else {
+        __m128i r[8];
+        for (size_t k = 0; k < 8; ++k)
+            r[k] = N == 2 ? LoadBytes16(from + k * fromStride)
+                          : _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + k * fromStride));
+        // Pairs of rows interleaved by cell, then pairs of pairs, then the halves joined: each
+        // step doubles the run of one column's cells.
+        __m128i a[8], b[8];
+        for (size_t k = 0; k < 4; ++k) {
+            if constexpr (N == 2) {
+                a[2 * k] = _mm_unpacklo_epi16(r[2 * k], r[2 * k + 1]);
+                a[2 * k + 1] = _mm_unpackhi_epi16(r[2 * k], r[2 * k + 1]);
+            } else {
+                a[2 * k] = _mm_unpacklo_epi8(r[2 * k], r[2 * k + 1]);  // 8 columns of 2 rows
+            }
+        }
+        if constexpr (N == 2) {
+            // a[2k]: columns 0-3 of rows 2k, 2k+1; a[2k+1]: columns 4-7.
+            for (size_t half = 0; half < 2; ++half)
+                for (size_t q = 0; q < 2; ++q) {
+                    b[4 * half + 2 * q] = _mm_unpacklo_epi32(a[4 * q + half], a[4 * q + 2 + half]);
+                    b[4 * half + 2 * q + 1] = _mm_unpackhi_epi32(a[4 * q + half], a[4 * q + 2 + half]);
+                }
+            // b[4h + 2q + e]: columns 4h + 2e, 4h + 2e + 1 of rows 4q to 4q + 3.
+            for (size_t h = 0; h < 2; ++h)
+                for (size_t e = 0; e < 2; ++e) {
+                    const size_t column = 4 * h + 2 * e;
+                    StoreBytes16(to + column * toStride, _mm_unpacklo_epi64(b[4 * h + e], b[4 * h + 2 + e]));
+                    StoreBytes16(to + (column + 1) * toStride, _mm_unpackhi_epi64(b[4 * h + e], b[4 * h + 2 + e]));
+                }
+        } else {
+            // a[2k]: the 8 columns of rows 2k, 2k+1 (2 bytes each).
+            const __m128i c0 = _mm_unpacklo_epi16(a[0], a[2]), c1 = _mm_unpackhi_epi16(a[0], a[2]);  // rows 0-3
+            const __m128i c2 = _mm_unpacklo_epi16(a[4], a[6]), c3 = _mm_unpackhi_epi16(a[4], a[6]);  // rows 4-7
+            // c0: columns 0-3 of rows 0-3 (4 bytes each), c1: columns 4-7; c2, c3 the same of rows 4-7.
+            const __m128i d[4] = {_mm_unpacklo_epi32(c0, c2), _mm_unpackhi_epi32(c0, c2), _mm_unpacklo_epi32(c1, c3),
+                                  _mm_unpackhi_epi32(c1, c3)};
+            // d[k]: columns 2k and 2k + 1, all 8 rows each.
+            for (size_t k = 0; k < 4; ++k) {
+                _mm_storel_epi64(reinterpret_cast<__m128i*>(to + 2 * k * toStride), d[k]);
+                _mm_storel_epi64(reinterpret_cast<__m128i*>(to + (2 * k + 1) * toStride),
+                                 _mm_unpackhi_epi64(d[k], d[k]));
+            }
+        }
+    }
+}
+
 // Reads the rows x cols tile at p (rows `stride` cells apart) into t transposed: t[c][r] = p(r, c).
+// Whole blocks go through the registers, the cells of a partial block at the frame's edge one by one.
 template <size_t N>
 void LoadTransposed(Tile<N>& t, const unsigned char* p, size_t stride, size_t rows, size_t cols) noexcept {
-    Tile<N> in;
-    for (size_t r = 0; r < rows; ++r) std::memcpy(in.cell[r], p + r * stride * N, cols * N);
-    for (size_t c = 0; c < cols; ++c)
-        for (size_t r = 0; r < rows; ++r) t.cell[c][r] = in.cell[r][c];
+    constexpr size_t B = kBlock<N>;
+    const size_t wholeRows = rows / B * B, wholeCols = cols / B * B;
+    for (size_t r = 0; r < wholeRows; r += B)
+        for (size_t c = 0; c < wholeCols; c += B)
+            TransposeBlock<N>(p + (r * stride + c) * N, stride * N, t.cell[c][r].b, kTile<N> * N);
+    for (size_t r = 0; r < rows; ++r)
+        for (size_t c = r < wholeRows ? wholeCols : 0; c < cols; ++c) t.cell[c][r] = Get<N>(p, r * stride + c);
 }
 
 // Writes the first rows x cols cells of t at p, rows `stride` cells apart.

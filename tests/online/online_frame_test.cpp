@@ -4,6 +4,7 @@
 // and frames spanning several transposition tiles.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -203,6 +204,35 @@ TEST(OnlineOrientation, TranspositionOfFramesSpanningSeveralTiles) {
                 for (uint32_t col = 0; col < w; ++col) c.expected[size_t{col} * h + r] = c.in[size_t{r} * w + col];
             EXPECT_EQ(Orient(c), c.expected) << "type " << type << " " << w << " x " << h;
         }
+    }
+}
+
+// Rotation and mirror reverse whole vectors from both ends and the rest cell by cell: rows of every
+// length up to a few vectors (and just around 64 cells), for every cell size, against the plain
+// reversal.
+TEST(OnlineOrientation, ReversalsOfEveryLengthAroundTheVectorWidth) {
+    std::vector<uint32_t> widths;
+    for (uint32_t w = 1; w <= 40; ++w) widths.push_back(w);
+    for (uint32_t w : {63u, 64u, 65u}) widths.push_back(w);
+    for (int type : {7, 3, 6, 15}) {
+        const size_t cellsPerPixel = type == 15 ? 3 : 1;  // colour frames reverse bytes
+        const uint32_t mask = type == 6 || type == 15 ? 0xFF : type == 7 ? 0xFFFF : 0xFFFFFFFF;
+        for (uint32_t w : widths)
+            for (uint32_t h : {1u, 2u, 3u})
+                for (uint32_t options : {kFlip | kMirror, kMirror}) {
+                    OrientCase c{"reverse", type, w, h, options, {}, {}};
+                    const size_t row = cellsPerPixel * w, n = row * h;
+                    for (size_t i = 0; i < n; ++i) c.in.push_back((i * 2654435761u + 777u) & mask);
+                    c.expected = c.in;
+                    if (options == kMirror) {
+                        for (size_t r = 0; r < h; ++r)
+                            std::reverse(c.expected.begin() + r * row, c.expected.begin() + (r + 1) * row);
+                    } else {
+                        std::reverse(c.expected.begin(), c.expected.end());
+                    }
+                    EXPECT_EQ(Orient(c), c.expected)
+                        << "type " << type << " " << w << " x " << h << " options " << options;
+                }
     }
 }
 
