@@ -12,8 +12,8 @@
 //   - a refused MathCreate left the handle output alone.
 // Any violation aborts, which libFuzzer reports with the input that caused it.
 //
-// Two kinds of input wait on work in the engines and are off by default; each has a macro and an
-// environment variable (1 turns it on, 0 off):
+// Two kinds of input are on by default; each has a macro and an environment variable (1 turns it
+// on, 0 off):
 //   QMATH_FUZZ_OVERLAP       online output buffers that partly overlap the source frame buffer
 //   QMATH_FUZZ_ODD_OFFSETS   buffers starting at addresses that are not a multiple of their
 //                            element size
