@@ -75,20 +75,15 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
     // A large output that is only written (not accumulated into, not over the source) is streamed.
     const bool stream = !plan.accumulate && Streams(k.n * os, Overlaps(k.out, k.n * os, k.src, k.n * pixelBytes));
     alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
-    // Without a float, integer outputs take the integer patterns straight through.
-    const DarkRule dark = plan.dark ? reading.dark : DarkRule::Off;
-    const BaseIntFn baseInt = kk.baseInt[static_cast<int>(reading.reader)][static_cast<int>(dark)];
-    if (baseInt != nullptr && !plan.flat && plan.stage == Stage::None && IsIntegerType(outType)) {
-        alignas(64) int32_t w[blocks::kBlock];
+    // Without a flat factor or a final stage, the base values go straight into the output (such
+    // frames read the dark pixel as a wrapping difference, if at all).
+    if (!plan.flat && plan.stage == Stage::None) {
+        const DirectFn direct = kk.direct[static_cast<int>(reading.reader)][plan.dark][plan.accumulate][outType];
         for (size_t i0 = 0; i0 < k.n; i0 += block) {
             const size_t m = std::min(block, k.n - i0);
-            baseInt(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, w);
-            if (plan.accumulate) {
-                kk.accumulateInt[outType](w, m, k.out + i0 * os);
-            } else {
-                io.storeInt[outType](w, m, stream ? scratch : k.out + i0 * os);
-                if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
-            }
+            direct(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m,
+                   stream ? scratch : k.out + i0 * os);
+            if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
         }
         if (stream) StreamFence();
         return;

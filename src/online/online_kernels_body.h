@@ -62,27 +62,97 @@ void Base(const unsigned char* src, const int32_t* dark, size_t n, double* base)
     for (; i < n; ++i) base[i] = BaseValue<Id, Dk>(src, dark, i);
 }
 
-template <ReaderId Id, DarkRule Dk>
-void BaseInt(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept {
-    using W = Word<Id>;
-    size_t i = 0;
-    for (; i + kWide <= n; i += kWide) {
-        const VW s = LoadWide<W>(src + i * sizeof(W));
-        StoreW(base + i, Dk == DarkRule::Off ? s : SubW(s, LoadW(dark + i)));
-    }
-    for (; i < n; ++i) {
-        const auto s = static_cast<uint32_t>(ReaderOf<Id>::Read(src, i));
-        base[i] = static_cast<int32_t>(Dk == DarkRule::Off ? s : s - static_cast<uint32_t>(dark[i]));
+// Colour pixels reduced to their mean, kWide at a time (the byte shuffles of AVX2 and AVX-512): the
+// three bytes of each pixel moved into an int32 lane each, and (2 x sum + 1) / 6 taken as
+// ((2 x sum + 1) x 10923) >> 16, which equals it for every sum up to 765. The loads reach 4 bytes
+// past the kWide pixels, so the caller leaves 2 more pixels after them.
+#if QM_VECTOR_BYTES >= 32
+inline constexpr bool kVectorColour = true;
+inline constexpr size_t kColourSlack = 2;
+QM_INLINE VW ColourMeanWide(const unsigned char* p) noexcept {
+    const auto channel = [](int c) {
+        return _mm_setr_epi8(static_cast<char>(c), -1, -1, -1, static_cast<char>(3 + c), -1, -1, -1,
+                             static_cast<char>(6 + c), -1, -1, -1, static_cast<char>(9 + c), -1, -1, -1);
+    };
+    const auto quarter = [p](int q) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 12 * q)); };
+#if QM_VECTOR_BYTES == 64
+    __m512i bytes = _mm512_castsi128_si512(quarter(0));
+    bytes = _mm512_inserti32x4(bytes, quarter(1), 1);
+    bytes = _mm512_inserti32x4(bytes, quarter(2), 2);
+    bytes = _mm512_inserti32x4(bytes, quarter(3), 3);
+    const auto pick = [&bytes](__m128i m) { return _mm512_shuffle_epi8(bytes, _mm512_broadcast_i32x4(m)); };
+#else
+    const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(quarter(0)), quarter(1), 1);
+    const auto pick = [&bytes](__m128i m) { return _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(m)); };
+#endif
+    const VW sum = AddW(AddW(pick(channel(0)), pick(channel(1))), pick(channel(2)));
+    const VW t = AddW(AddW(sum, sum), SplatW(1));
+#if QM_VECTOR_BYTES == 64
+    return _mm512_srli_epi32(MulW(t, SplatW(10923)), 16);
+#else
+    return _mm256_srli_epi32(MulW(t, SplatW(10923)), 16);
+#endif
+}
+#else
+inline constexpr bool kVectorColour = false;
+inline constexpr size_t kColourSlack = 0;
+#endif
+
+// Readers with a full-width vector form.
+template <ReaderId Id> inline constexpr bool kWideReader = kVectorReader<Id> ||
+                                                           (Id == ReaderId::ColourMean && kVectorColour);
+
+// kWide pixels from the one at p as int32 lanes (32-bit words as their bit patterns).
+template <ReaderId Id> QM_INLINE VW PixelsWide(const unsigned char* p) noexcept {
+    if constexpr (Id == ReaderId::ColourMean) {
+#if QM_VECTOR_BYTES >= 32
+        return ColourMeanWide(p);
+#endif
+    } else {
+        return LoadWide<Word<Id>>(p);
     }
 }
 
-template <class D> void AccumulateInt(const int32_t* v, size_t n, unsigned char* out) noexcept {
+template <ReaderId Id, DarkRule Dk, bool kAcc, class D>
+void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept {
+    constexpr size_t kPixel = Id == ReaderId::ColourMean || Id == ReaderId::ColourLuminance ? 3 : sizeof(Word<Id>);
     size_t i = 0;
-    for (; i + kWide <= n; i += kWide) {
-        unsigned char* p = out + i * sizeof(D);
-        StoreWide<D>(p, AddW(LoadWide<D>(p), LoadW(v + i)));
+    if constexpr (std::is_integral_v<D> && kWideReader<Id>) {
+        // Integer outputs take the 32-bit patterns: their low bits are the stored element's.
+        constexpr size_t kSlack = Id == ReaderId::ColourMean ? kColourSlack : 0;
+        for (; i + kWide + kSlack <= n; i += kWide) {
+            VW v = PixelsWide<Id>(src + i * kPixel);
+            if constexpr (Dk == DarkRule::Wrap) v = SubW(v, LoadW(dark + i));
+            unsigned char* p = out + i * sizeof(D);
+            if constexpr (kAcc) v = AddW(LoadWide<D>(p), v);
+            StoreWide<D>(p, v);
+        }
+    } else if constexpr (!std::is_integral_v<D> && kVectorReader<Id>) {
+        for (; i + kLanes <= n; i += kLanes) {
+            VI s = LoadInt<Word<Id>>(src + i * kPixel);
+            if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
+            VD v = ToDouble(s);
+            if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
+            unsigned char* p = out + i * sizeof(D);
+            if constexpr (std::is_same_v<D, double>) {
+                if constexpr (kAcc) v = LoadDouble<double>(p) + v;
+                std::memcpy(p, &v, sizeof v);
+            } else {
+                // A float accumulation adds in single precision.
+                StoreFloat(p, kAcc ? LoadDouble<float>(p) + RoundToSingle(v) : v);
+            }
+        }
     }
-    for (; i < n; ++i) Put<D, true>(out, i, static_cast<D>(v[i]));
+    for (; i < n; ++i) Put<D, kAcc>(out, i, ::qm::StoreFloat<D>(BaseValue<Id, Dk>(src, dark, i)));
+}
+
+template <ReaderId Id, DarkRule Dk, bool kAcc> constexpr void SetDirect(Kernels& k) noexcept {
+    auto& row = k.direct[static_cast<int>(Id)][Dk == DarkRule::Wrap][kAcc];
+    row[kI8] = row[kU8] = &Direct<Id, Dk, kAcc, uint8_t>;
+    row[kI16] = row[kU16] = &Direct<Id, Dk, kAcc, uint16_t>;
+    row[kI32] = row[kU32] = &Direct<Id, Dk, kAcc, uint32_t>;
+    row[kF32] = &Direct<Id, Dk, kAcc, float>;
+    row[kF64] = &Direct<Id, Dk, kAcc, double>;
 }
 
 bool Flat(double* v, const float* flat, size_t n) noexcept {
@@ -153,10 +223,10 @@ template <ReaderId Id, DarkRule Dk> constexpr void SetBase(Kernels& k) noexcept 
 template <ReaderId Id> constexpr void SetBases(Kernels& k) noexcept {
     SetBase<Id, DarkRule::Off>(k);
     SetBase<Id, DarkRule::Wrap>(k);
-    if constexpr (kVectorReader<Id>) {
-        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Off)] = &BaseInt<Id, DarkRule::Off>;
-        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Wrap)] = &BaseInt<Id, DarkRule::Wrap>;
-    }
+    SetDirect<Id, DarkRule::Off, false>(k);
+    SetDirect<Id, DarkRule::Off, true>(k);
+    SetDirect<Id, DarkRule::Wrap, false>(k);
+    SetDirect<Id, DarkRule::Wrap, true>(k);
     if constexpr (Id == ReaderId::I32) SetBase<Id, DarkRule::Wide>(k);
 }
 
@@ -177,9 +247,6 @@ constexpr Kernels MakeKernels() noexcept {
     SetWide<Stage::Threshold, true>(k);
     SetWide<Stage::Clip, false>(k);
     SetWide<Stage::Clip, true>(k);
-    k.accumulateInt[kI8] = k.accumulateInt[kU8] = &AccumulateInt<uint8_t>;
-    k.accumulateInt[kI16] = k.accumulateInt[kU16] = &AccumulateInt<uint16_t>;
-    k.accumulateInt[kI32] = k.accumulateInt[kU32] = &AccumulateInt<uint32_t>;
     k.accumulate[kI8] = &Accumulate<uint8_t>;
     k.accumulate[kU8] = &Accumulate<uint8_t>;
     k.accumulate[kI16] = &Accumulate<uint16_t>;
