@@ -55,16 +55,51 @@ template <class S> bool Digits(const unsigned char* src, size_t n, double* v) no
     return failed;
 }
 
-// Integer entries of n elements of S, with wrapping 32-bit Op by c applied on the way.
-template <class S, class Op> void IntegerForm(const unsigned char* src, size_t n, int32_t* v, uint32_t c) noexcept {
+// Integer entries of n elements of S, with wrapping 32-bit Op by c, into elements of D.
+template <class S, class Op, class D>
+void IntegerForm(const unsigned char* src, size_t n, unsigned char* dst, uint32_t c) noexcept {
     size_t i = 0;
     const VW k = SplatW(static_cast<int32_t>(c));
     for (; i + kWide <= n; i += kWide) {
         const VW x = LoadWide<S>(src + i * sizeof(S));
-        StoreW(v + i, std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
+        StoreWide<D>(dst + i * sizeof(D), std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
     }
     for (; i < n; ++i)
-        v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c));
+        StoreAt<D>(dst, i,
+                   static_cast<D>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c)));
+}
+
+// x / a or 1 / x in singles, truncated, kWide elements at a time.
+template <class S, class D, bool kReciprocal>
+void NarrowQuotient(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept {
+    const auto divisor = static_cast<float>(a);
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        VS q;
+        if constexpr (kReciprocal) {
+            const VS vanishes = x == 0;
+            q = __builtin_convertvector(VF{} + 1.0f / __builtin_convertvector(vanishes ? 1 : x, VF), VS);
+            q = vanishes ? 0 : q;
+        } else {
+            q = __builtin_convertvector(__builtin_convertvector(x, VF) / divisor, VS);
+        }
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(q));
+    }
+    for (; i < n; ++i) {
+        const auto x = static_cast<float>(LoadAt<S>(src, i));
+        const float q = kReciprocal ? (x == 0.0f ? 0.0f : 1.0f / x) : x / divisor;
+        StoreAt<D>(dst, i, static_cast<D>(static_cast<int32_t>(q)));
+    }
+}
+
+template <class S, class D> constexpr void SetIntegerPair(Kernels& k, int32_t type, int32_t dstType) noexcept {
+    k.intAdd[type][dstType] = &IntegerForm<S, AddOp, D>;
+    k.intMul[type][dstType] = &IntegerForm<S, MulOp, D>;
+    if constexpr (sizeof(S) <= 2) {
+        k.narrow[0][type][dstType] = &NarrowQuotient<S, D, false>;
+        k.narrow[1][type][dstType] = &NarrowQuotient<S, D, true>;
+    }
 }
 
 template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
@@ -78,8 +113,12 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     row[static_cast<int>(Form::Zero)] = &ZeroForm;
     k.digits[type] = &Digits<S>;
     if constexpr (std::is_integral_v<S>) {
-        k.intAdd[type] = &IntegerForm<S, AddOp>;
-        k.intMul[type] = &IntegerForm<S, MulOp>;
+        SetIntegerPair<S, uint8_t>(k, type, kI8);
+        SetIntegerPair<S, uint8_t>(k, type, kU8);
+        SetIntegerPair<S, uint16_t>(k, type, kI16);
+        SetIntegerPair<S, uint16_t>(k, type, kU16);
+        SetIntegerPair<S, uint32_t>(k, type, kI32);
+        SetIntegerPair<S, uint32_t>(k, type, kU32);
     }
 }
 
