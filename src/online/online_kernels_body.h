@@ -157,13 +157,13 @@ template <ReaderId Id, DarkRule Dk, bool kAcc> constexpr void SetDirect(Kernels&
 
 bool Flat(double* v, const float* flat, size_t n) noexcept {
     size_t i = 0;
-    bool narrow = true;
+    // The first wide value decides: blocks of wide values (32-bit sources) stop at once.
     for (; i + kLanes <= n; i += kLanes) {
         const VD x = LoadVD(v + i);
-        narrow &= AllOf((x > -kNarrowLimit) & (x < kNarrowLimit));
+        if (!AllOf((x > -kNarrowLimit) & (x < kNarrowLimit))) return false;
     }
-    for (; i < n; ++i) narrow &= v[i] > -kNarrowLimit && v[i] < kNarrowLimit;
-    if (!narrow) return false;
+    for (; i < n; ++i)
+        if (!(v[i] > -kNarrowLimit && v[i] < kNarrowLimit)) return false;
     i = 0;
     for (; i + kLanes <= n; i += kLanes)
         StoreVD(v + i, LoadVD(v + i) * LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i)));
