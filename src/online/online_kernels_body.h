@@ -201,7 +201,7 @@ template <class D> void Accumulate(const double* v, size_t n, unsigned char* out
 template <Stage St, class D, bool kAccumulate>
 void Wide(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept {
     alignas(64) D r[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
-    for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D>(base[i], flat[i], a, b);
+    for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D, kFma>(base[i], flat[i], a, b);
     if constexpr (kAccumulate) {
         for (size_t i = 0; i < n; ++i) r[i] = static_cast<D>(LoadAt<D>(out, i) + r[i]);
     }
