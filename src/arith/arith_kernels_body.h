@@ -107,11 +107,32 @@ bool NarrowDivide(const unsigned char* a, const unsigned char* b, size_t n, unsi
     return zero;
 }
 
+// The double quotient of IntegerQuotient for I32 operands into I32, over whole vectors. A divisor
+// of -1 needs no case of its own here: -(-2^31) = 2^31 is beyond int32, and the truncating
+// conversion gives every such lane 0x80000000, which is -2^31, the wrapped negation.
+bool WordDivide(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept {
+    bool zero = false;
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        const VD x = ToDouble(LoadInt<int32_t>(a + i * 4)), y = ToDouble(LoadInt<int32_t>(b + i * 4));
+        const auto kept = y != 0.0;
+        zero |= !AllOf(kept);
+        const VD q = x / (kept ? y : SplatVD(1.0));
+        StoreInt<int32_t>(dst + i * 4, TruncateToInt32(kept ? q : VD{}));
+    }
+    for (; i < n; ++i) {
+        int32_t q;
+        zero |= IntegerQuotient<int32_t>(LoadAt<uint32_t>(a, i), LoadAt<uint32_t>(b, i), q);
+        StoreAt<int32_t>(dst, i, q);
+    }
+    return zero;
+}
+
 template <class S> constexpr void SetNarrowDivide(Kernels& k, int32_t type) noexcept {
-    k.narrowDivide[type][kI8] = &NarrowDivide<S, int8_t>;
-    k.narrowDivide[type][kI16] = &NarrowDivide<S, int16_t>;
-    k.narrowDivide[type][kU8] = &NarrowDivide<S, uint8_t>;
-    k.narrowDivide[type][kU16] = &NarrowDivide<S, uint16_t>;
+    k.directDivide[type][kI8] = &NarrowDivide<S, int8_t>;
+    k.directDivide[type][kI16] = &NarrowDivide<S, int16_t>;
+    k.directDivide[type][kU8] = &NarrowDivide<S, uint8_t>;
+    k.directDivide[type][kU16] = &NarrowDivide<S, uint16_t>;
 }
 
 template <class B> constexpr void SetOperand(Kernels& k, int32_t type) noexcept {
@@ -145,6 +166,7 @@ constexpr Kernels MakeKernels() noexcept {
     SetNarrowDivide<int32_t>(k, kI32);
     SetNarrowDivide<uint8_t>(k, kU8);
     SetNarrowDivide<uint16_t>(k, kU16);
+    k.directDivide[kI32][kI32] = &WordDivide;
     return k;
 }
 
