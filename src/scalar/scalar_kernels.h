@@ -22,9 +22,9 @@ struct Constants {
 // Plain forms, applied to the elements as they are read into a block of doubles.
 enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count };
 
-// 505 between integer types, in place: each value becomes its number of decimal digits less one
-// (0 for values below 1); true when some value was not positive.
-using DigitsFn = bool (*)(const unsigned char* src, size_t n, double* v) noexcept;
+// 505 between integer types: each value's number of decimal digits less one (0 for values below 1)
+// stored straight into the destination; true when some value was not positive.
+using DigitsFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 // Exact evaluations: operation x {Exact, Exact32, Scaled}.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
@@ -40,7 +40,7 @@ using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst
 struct Kernels {
     // By source type code (U32 read as I32); the integer ones for integer sources only.
     FormFn form[9][static_cast<int>(Form::Count)];
-    DigitsFn digits[9];
+    DigitsFn digits[9][9];   // [source][destination], integer types only
     IntFormFn intAdd[9][9];  // [source][destination], integer types only
     IntFormFn intMul[9][9];
     NarrowFn narrow[2][9][9];  // [divide, reciprocal][source][destination], where they apply

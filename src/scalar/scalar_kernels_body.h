@@ -14,6 +14,7 @@
 #include "scalar/clip_band.h"
 #include "scalar/divide_reciprocal.h"
 #include "scalar/evaluation.h"
+#include "scalar/log_root.h"
 #include "scalar/multiply.h"
 #include "scalar/scalar_kernels.h"
 
@@ -42,16 +43,27 @@ template <class S, class F> void BoundsForm(const unsigned char* src, size_t n, 
 }
 void ZeroForm(const unsigned char*, size_t n, double* v, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
-template <class S> bool Digits(const unsigned char* src, size_t n, double* v) noexcept {
+// Digits counted by comparisons with the powers of ten up to the source's largest value, in int32
+// lanes.
+template <class S, class D> bool CountDigits(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+    constexpr int kPowers = sizeof(S) == 1 ? 2 : sizeof(S) == 2 ? 4 : 9;
+    VS bad{};
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        bad |= x <= 0;
+        VS d{};
+        int64_t power = 10;
+        for (int k = 1; k <= kPowers; ++k, power *= 10) d -= x >= static_cast<int32_t>(power);  // true is -1
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(d));
+    }
     bool failed = false;
-    const auto digits = [&failed](auto x) {
-        failed |= !AllOfLanes(x > 0.0);
-        decltype(x) d{};
-        double power = 10.0;
-        for (int k = 1; k <= 9; ++k, power *= 10.0) d += x >= power ? Broadcast<decltype(x)>(1.0) : decltype(x){};
-        return d;
-    };
-    Map<S>(src, n, v, digits);
+    for (size_t k = 0; k < kWide; ++k) failed |= bad[k] != 0;
+    for (; i < n; ++i) {
+        const auto x = static_cast<double>(LoadAt<S>(src, i));
+        failed |= !(x > 0.0);
+        StoreAt<D>(dst, i, static_cast<D>(Digits(x)));
+    }
     return failed;
 }
 
@@ -134,6 +146,7 @@ void NarrowQuotient(const unsigned char* src, size_t n, unsigned char* dst, doub
 }
 
 template <class S, class D> constexpr void SetIntegerPair(Kernels& k, int32_t type, int32_t dstType) noexcept {
+    k.digits[type][dstType] = &CountDigits<S, D>;
     k.intAdd[type][dstType] = &IntegerForm<S, AddOp, D>;
     k.intMul[type][dstType] = &IntegerForm<S, MulOp, D>;
     if constexpr (sizeof(S) <= 2) {
@@ -151,7 +164,6 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     row[static_cast<int>(Form::Clip)] = &BoundsForm<S, ClipForm>;
     row[static_cast<int>(Form::Band)] = &BoundsForm<S, BandForm>;
     row[static_cast<int>(Form::Zero)] = &ZeroForm;
-    k.digits[type] = &Digits<S>;
     if constexpr (std::is_integral_v<S>) {
         SetIntegerPair<S, uint8_t>(k, type, kI8);
         SetIntegerPair<S, uint8_t>(k, type, kU8);
