@@ -88,11 +88,21 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
         if (stream) StreamFence();
         return;
     }
+    // Flat-field blocks of narrow values, without the logarithm, run in registers.
+    const FlatDirectFn flatDirect = plan.flat && log == nullptr && (!plan.dark || reading.dark == DarkRule::Wrap)
+                                        ? kk.flatDirect[static_cast<int>(reading.reader)][plan.dark]
+                                                       [static_cast<int>(plan.stage)][plan.accumulate][outType]
+                                        : nullptr;
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
         unsigned char* out = stream ? scratch : k.out + i0 * os;
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
-        base(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, v);
+        const int32_t* dark = k.dark != nullptr ? k.dark + i0 : nullptr;
+        if (flatDirect != nullptr && flatDirect(k.src + i0 * pixelBytes, dark, flat, m, k.a, k.b, out)) {
+            if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
+            continue;
+        }
+        base(k.src + i0 * pixelBytes, dark, m, v);
         if (log != nullptr) {
             log(v, flat, k.gain + i0, m, out);
         } else if (plan.flat && !kk.flat(v, flat, m)) {

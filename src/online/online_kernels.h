@@ -30,9 +30,18 @@ using WideFn = void (*)(const double* base, const float* flat, size_t n, double 
 // (or added) straight into n output elements, in registers.
 using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept;
 
+// Flat-field frames of word and byte readers without the logarithm: base value, flat factor,
+// final stage and store (or accumulation) in registers, for blocks whose base values are all
+// narrow (below 2^29); returns false, writing nothing, for a block that is not.
+using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
+                              double b, unsigned char* out) noexcept;
+
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
-    DirectFn direct[kReaders][2][2][9];  // [reader][dark rule Off or Wrap][accumulate][output type code]
+    DirectFn direct[kReaders][2][2][9];
+    FlatDirectFn flatDirect[kReaders][2][kStages][2]
+                           [9];  // [reader][dark Off, Wrap][stage][accumulate][output]  // [reader][dark rule Off or
+                                 // Wrap][accumulate][output type code]
     FlatFn flat;
     StageFn threshold;
     StageFn clip;

@@ -146,6 +146,72 @@ void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned ch
     for (; i < n; ++i) Put<D, kAcc>(out, i, ::qm::StoreFloat<D>(BaseValue<Id, Dk>(src, dark, i)));
 }
 
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
+bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
+                unsigned char* out) noexcept {
+    constexpr size_t kPixel = sizeof(Word<Id>);
+    const auto base = [src, dark](size_t i) {
+        VI s = LoadInt<Word<Id>>(src + i * kPixel);
+        if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
+        VD v = ToDouble(s);
+        if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
+        return v;
+    };
+    size_t i = 0;
+    if constexpr (BaseBits({Id, Dk}) > kNarrowBits) {
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD v = base(i);
+            if (!AllOf((v > -kNarrowLimit) & (v < kNarrowLimit))) return false;
+        }
+        for (; i < n; ++i) {
+            const double v = BaseValue<Id, Dk>(src, dark, i);
+            if (!(v > -kNarrowLimit && v < kNarrowLimit)) return false;
+        }
+    }
+    const auto finish = [a, b](auto x) {  // x: the exact product of a narrow value and its factor
+        if constexpr (St == Stage::Threshold)
+            return ThresholdForm(x, a);
+        else if constexpr (St == Stage::Clip)
+            return ClipForm(x, a, b);
+        else
+            return x;
+    };
+    for (i = 0; i + kLanes <= n; i += kLanes) {
+        const VD x = finish(base(i) * LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i)));
+        unsigned char* p = out + i * sizeof(D);
+        if constexpr (std::is_same_v<D, double>) {
+            const VD r = kAcc ? LoadDouble<double>(p) + x : x;
+            std::memcpy(p, &r, sizeof r);
+        } else if constexpr (std::is_same_v<D, float>) {
+            StoreFloat(p, kAcc ? LoadDouble<float>(p) + RoundToSingle(x) : x);
+        } else {
+            const VI r = TruncateLow32(x);
+            StoreInt<D>(p, kAcc ? AddInt(LoadInt<D>(p), r) : r);
+        }
+    }
+    for (; i < n; ++i)
+        Put<D, kAcc>(out, i,
+                     ::qm::StoreFloat<D>(finish(BaseValue<Id, Dk>(src, dark, i) * static_cast<double>(flat[i]))));
+    return true;
+}
+
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc> constexpr void SetFlatDirect(Kernels& k) noexcept {
+    auto& row = k.flatDirect[static_cast<int>(Id)][Dk == DarkRule::Wrap][static_cast<int>(St)][kAcc];
+    row[kI8] = row[kU8] = &FlatDirect<Id, Dk, St, kAcc, uint8_t>;
+    row[kI16] = row[kU16] = &FlatDirect<Id, Dk, St, kAcc, uint16_t>;
+    row[kI32] = row[kU32] = &FlatDirect<Id, Dk, St, kAcc, uint32_t>;
+    row[kF32] = &FlatDirect<Id, Dk, St, kAcc, float>;
+    row[kF64] = &FlatDirect<Id, Dk, St, kAcc, double>;
+}
+template <ReaderId Id, DarkRule Dk> constexpr void SetFlatDirects(Kernels& k) noexcept {
+    SetFlatDirect<Id, Dk, Stage::None, false>(k);
+    SetFlatDirect<Id, Dk, Stage::None, true>(k);
+    SetFlatDirect<Id, Dk, Stage::Threshold, false>(k);
+    SetFlatDirect<Id, Dk, Stage::Threshold, true>(k);
+    SetFlatDirect<Id, Dk, Stage::Clip, false>(k);
+    SetFlatDirect<Id, Dk, Stage::Clip, true>(k);
+}
+
 template <ReaderId Id, DarkRule Dk, bool kAcc> constexpr void SetDirect(Kernels& k) noexcept {
     auto& row = k.direct[static_cast<int>(Id)][Dk == DarkRule::Wrap][kAcc];
     row[kI8] = row[kU8] = &Direct<Id, Dk, kAcc, uint8_t>;
@@ -227,6 +293,10 @@ template <ReaderId Id> constexpr void SetBases(Kernels& k) noexcept {
     SetDirect<Id, DarkRule::Off, true>(k);
     SetDirect<Id, DarkRule::Wrap, false>(k);
     SetDirect<Id, DarkRule::Wrap, true>(k);
+    if constexpr (kVectorReader<Id>) {
+        SetFlatDirects<Id, DarkRule::Off>(k);
+        SetFlatDirects<Id, DarkRule::Wrap>(k);
+    }
     if constexpr (Id == ReaderId::I32) SetBase<Id, DarkRule::Wide>(k);
 }
 
