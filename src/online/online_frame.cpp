@@ -2,6 +2,7 @@
 #include "online/online_frame.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/blocks.h"
 #include "core/colour_copy.h"
@@ -26,6 +27,13 @@ struct KernelArgs {
     double b = 0.0;
     size_t n = 0;
 };
+
+// The flat factors of frames without a flat field, for the kernels that take one.
+constexpr std::array<float, blocks::kBlock> kOnes = [] {
+    std::array<float, blocks::kBlock> ones{};
+    for (float& f : ones) f = 1.0f;
+    return ones;
+}();
 
 // Pixel count of the plain converting copy: width x height x depth as a signed 32-bit product,
 // but never more than the width x height elements the descriptor describes.
@@ -88,17 +96,20 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
         if (stream) StreamFence();
         return;
     }
-    // Flat-field blocks of narrow values, without the logarithm, run in registers.
-    const FlatDirectFn flatDirect = plan.flat && log == nullptr && (!plan.dark || reading.dark == DarkRule::Wrap)
-                                        ? kk.flatDirect[static_cast<int>(reading.reader)][plan.dark]
-                                                       [static_cast<int>(plan.stage)][plan.accumulate][outType]
-                                        : nullptr;
+    // Blocks of narrow values with a flat factor or a threshold or clip (not the logarithm) run in
+    // registers; without a flat factor they take a factor of 1, which changes no value.
+    const bool registers =
+        log == nullptr && (plan.flat || plan.stage != Stage::None) && (!plan.dark || reading.dark == DarkRule::Wrap);
+    const FlatDirectFn flatDirect = registers ? kk.flatDirect[static_cast<int>(reading.reader)][plan.dark]
+                                                             [static_cast<int>(plan.stage)][plan.accumulate][outType]
+                                              : nullptr;
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
         unsigned char* out = stream ? scratch : k.out + i0 * os;
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
         const int32_t* dark = k.dark != nullptr ? k.dark + i0 : nullptr;
-        if (flatDirect != nullptr && flatDirect(k.src + i0 * pixelBytes, dark, flat, m, k.a, k.b, out)) {
+        if (flatDirect != nullptr &&
+            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), m, k.a, k.b, out)) {
             if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
             continue;
         }

@@ -30,9 +30,10 @@ using WideFn = void (*)(const double* base, const float* flat, size_t n, double 
 // (or added) straight into n output elements, in registers.
 using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept;
 
-// Flat-field frames of word and byte readers without the logarithm: base value, flat factor,
-// final stage and store (or accumulation) in registers, for blocks whose base values are all
-// narrow (below 2^29); returns false, writing nothing, for a block that is not.
+// Frames of word and byte readers with a flat factor (1 for frames without one) and a final stage
+// other than the logarithm: base value, factor, stage and store (or accumulation) in registers,
+// for blocks whose base values are all narrow (below 2^29); returns false, writing nothing, for a
+// block that is not.
 using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
                               double b, unsigned char* out) noexcept;
 
