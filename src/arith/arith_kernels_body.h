@@ -81,6 +81,60 @@ template <class D> bool DivideBlock(const int32_t* a, const int32_t* b, size_t n
     return zero != 0;
 }
 
+// The float quotient of IntegerQuotient over whole vectors, straight from the operands: entries
+// reduced to D lie within 2^16, far below the 2^24 its exactness asks of the dividend.
+template <class S, class D>
+bool NarrowDivide(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept {
+    static_assert(sizeof(D) <= 2);
+    VS zeros{};
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = ReduceTo<D>(reinterpret_cast<VS>(LoadWide<S>(a + i * sizeof(S))));
+        const VS y = ReduceTo<D>(reinterpret_cast<VS>(LoadWide<S>(b + i * sizeof(S))));
+        const VS vanishes = y == 0;
+        const VF q = __builtin_convertvector(x, VF) / __builtin_convertvector(vanishes ? 1 : y, VF);
+        zeros |= vanishes;
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(vanishes ? 0 : __builtin_convertvector(q, VS)));
+    }
+    bool zero = false;
+    for (size_t k = 0; k < kWide; ++k) zero |= zeros[k] != 0;
+    for (; i < n; ++i) {
+        D q;
+        zero |= IntegerQuotient<D>(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(a, i))),
+                                   static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(b, i))), q);
+        StoreAt<D>(dst, i, q);
+    }
+    return zero;
+}
+
+// The double quotient of IntegerQuotient for I32 operands into I32, over whole vectors. A divisor
+// of -1 needs no case of its own here: -(-2^31) = 2^31 is beyond int32, and the truncating
+// conversion gives every such lane 0x80000000, which is -2^31, the wrapped negation.
+bool WordDivide(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept {
+    bool zero = false;
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        const VD x = ToDouble(LoadInt<int32_t>(a + i * 4)), y = ToDouble(LoadInt<int32_t>(b + i * 4));
+        const auto kept = y != 0.0;
+        zero |= !AllOf(kept);
+        const VD q = x / (kept ? y : SplatVD(1.0));
+        StoreInt<int32_t>(dst + i * 4, TruncateToInt32(kept ? q : VD{}));
+    }
+    for (; i < n; ++i) {
+        int32_t q;
+        zero |= IntegerQuotient<int32_t>(LoadAt<uint32_t>(a, i), LoadAt<uint32_t>(b, i), q);
+        StoreAt<int32_t>(dst, i, q);
+    }
+    return zero;
+}
+
+template <class S> constexpr void SetNarrowDivide(Kernels& k, int32_t type) noexcept {
+    k.directDivide[type][kI8] = &NarrowDivide<S, int8_t>;
+    k.directDivide[type][kI16] = &NarrowDivide<S, int16_t>;
+    k.directDivide[type][kU8] = &NarrowDivide<S, uint8_t>;
+    k.directDivide[type][kU16] = &NarrowDivide<S, uint16_t>;
+}
+
 template <class B> constexpr void SetOperand(Kernels& k, int32_t type) noexcept {
     k.integer[kAdd][type] = &IntegerBlock<AddRule, B>;
     k.integer[kSubtract][type] = &IntegerBlock<SubtractRule, B>;
@@ -107,6 +161,12 @@ constexpr Kernels MakeKernels() noexcept {
     k.divide[kU8] = &DivideBlock<uint8_t>;
     k.divide[kU16] = &DivideBlock<uint16_t>;
     k.divide[kU32] = &DivideBlock<uint32_t>;
+    SetNarrowDivide<int8_t>(k, kI8);
+    SetNarrowDivide<int16_t>(k, kI16);
+    SetNarrowDivide<int32_t>(k, kI32);
+    SetNarrowDivide<uint8_t>(k, kU8);
+    SetNarrowDivide<uint16_t>(k, kU16);
+    k.directDivide[kI32][kI32] = &WordDivide;
     return k;
 }
 

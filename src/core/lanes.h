@@ -375,6 +375,22 @@ template <class D> QM_INLINE void StoreWide(unsigned char* p, VW v) noexcept {
 #endif
 }
 
+// The same full-width lanes as compiler vectors of int32 and of float, for the operators (+, /,
+// comparisons, ?:) and __builtin_convertvector.
+typedef int32_t VS __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef float VF __attribute__((vector_size(QM_VECTOR_BYTES)));
+
+// The low bits of D in each lane, sign- or zero-extended back to int32.
+template <class D> QM_INLINE VS ReduceTo(VS v) noexcept {
+    static_assert(std::is_integral_v<D> && sizeof(D) <= 4);
+    if constexpr (sizeof(D) == 4)
+        return v;
+    else if constexpr (std::is_signed_v<D>)
+        return (v << (32 - 8 * sizeof(D))) >> (32 - 8 * sizeof(D));
+    else
+        return v & ((1 << (8 * sizeof(D))) - 1);
+}
+
 QM_INLINE VW LoadW(const int32_t* p) noexcept {
     VW v;
     std::memcpy(&v, p, sizeof v);

@@ -39,6 +39,16 @@ template <class I> QM_INLINE Exact ExactProduct(I v, float f) noexcept {
     return {useSplit ? split.hi : plain, useSplit ? split.lo : 0.0, 0.0};
 }
 
+// The same product for v an integer held exactly as a double (|v| < 2^37), where the hardware
+// fuses multiply and add: the product's error comes from one fused step, exactly (its lowest bit
+// weighs at least 2^-149, far above the smallest double), with the same plain cases.
+QM_INLINE Exact ExactProductFused(double v, float f) noexcept {
+    const double fd = f;
+    const Exact t = TwoProduct<true>(v, fd);
+    const bool useSplit = std::fabs(fd) <= static_cast<double>(std::numeric_limits<float>::max()) && t.hi != 0.0;
+    return {t.hi, useSplit ? t.lo : 0.0, 0.0};
+}
+
 // value > a and value < a for the exact value: hi decides unless it equals a, then lo does.
 QM_INLINE bool Above(Exact v, double a) noexcept { return v.hi > a || (v.hi == a && v.lo > 0.0); }
 QM_INLINE bool Below(Exact v, double a) noexcept { return v.hi < a || (v.hi == a && v.lo < 0.0); }

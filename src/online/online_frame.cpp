@@ -2,6 +2,7 @@
 #include "online/online_frame.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/blocks.h"
 #include "core/colour_copy.h"
@@ -26,6 +27,13 @@ struct KernelArgs {
     double b = 0.0;
     size_t n = 0;
 };
+
+// The flat factors of frames without a flat field, for the kernels that take one.
+constexpr std::array<float, blocks::kBlock> kOnes = [] {
+    std::array<float, blocks::kBlock> ones{};
+    for (float& f : ones) f = 1.0f;
+    return ones;
+}();
 
 // Pixel count of the plain converting copy: width x height x depth as a signed 32-bit product,
 // but never more than the width x height elements the descriptor describes.
@@ -75,29 +83,37 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
     // A large output that is only written (not accumulated into, not over the source) is streamed.
     const bool stream = !plan.accumulate && Streams(k.n * os, Overlaps(k.out, k.n * os, k.src, k.n * pixelBytes));
     alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
-    // Without a float, integer outputs take the integer patterns straight through.
-    const DarkRule dark = plan.dark ? reading.dark : DarkRule::Off;
-    const BaseIntFn baseInt = kk.baseInt[static_cast<int>(reading.reader)][static_cast<int>(dark)];
-    if (baseInt != nullptr && !plan.flat && plan.stage == Stage::None && IsIntegerType(outType)) {
-        alignas(64) int32_t w[blocks::kBlock];
+    // Without a flat factor or a final stage, the base values go straight into the output (such
+    // frames read the dark pixel as a wrapping difference, if at all).
+    if (!plan.flat && plan.stage == Stage::None) {
+        const DirectFn direct = kk.direct[static_cast<int>(reading.reader)][plan.dark][plan.accumulate][outType];
         for (size_t i0 = 0; i0 < k.n; i0 += block) {
             const size_t m = std::min(block, k.n - i0);
-            baseInt(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, w);
-            if (plan.accumulate) {
-                kk.accumulateInt[outType](w, m, k.out + i0 * os);
-            } else {
-                io.storeInt[outType](w, m, stream ? scratch : k.out + i0 * os);
-                if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
-            }
+            direct(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m,
+                   stream ? scratch : k.out + i0 * os);
+            if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
         }
         if (stream) StreamFence();
         return;
     }
+    // Blocks of narrow values with a flat factor or a threshold or clip (not the logarithm) run in
+    // registers; without a flat factor they take a factor of 1, which changes no value.
+    const bool registers =
+        log == nullptr && (plan.flat || plan.stage != Stage::None) && (!plan.dark || reading.dark == DarkRule::Wrap);
+    const FlatDirectFn flatDirect = registers ? kk.flatDirect[static_cast<int>(reading.reader)][plan.dark]
+                                                             [static_cast<int>(plan.stage)][plan.accumulate][outType]
+                                              : nullptr;
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
         unsigned char* out = stream ? scratch : k.out + i0 * os;
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
-        base(k.src + i0 * pixelBytes, k.dark != nullptr ? k.dark + i0 : nullptr, m, v);
+        const int32_t* dark = k.dark != nullptr ? k.dark + i0 : nullptr;
+        if (flatDirect != nullptr &&
+            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), m, k.a, k.b, out)) {
+            if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
+            continue;
+        }
+        base(k.src + i0 * pixelBytes, dark, m, v);
         if (log != nullptr) {
             log(v, flat, k.gain + i0, m, out);
         } else if (plan.flat && !kk.flat(v, flat, m)) {

@@ -26,15 +26,23 @@ using AccumulateFn = void (*)(const double* v, size_t n, unsigned char* out) noe
 using WideFn = void (*)(const double* base, const float* flat, size_t n, double a, double b,
                         unsigned char* out) noexcept;
 
-// Frames without a float into integer outputs: the base values as their 32-bit patterns, stored
-// or added in the output's width.
-using BaseIntFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept;
-using AccumulateIntFn = void (*)(const int32_t* v, size_t n, unsigned char* out) noexcept;
+// Frames without a flat factor or a final stage: the base values of n pixels converted and stored
+// (or added) straight into n output elements, in registers.
+using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept;
+
+// Frames of word and byte readers with a flat factor (1 for frames without one) and a final stage
+// other than the logarithm: base value, factor, stage and store (or accumulation) in registers,
+// for blocks whose base values are all narrow (below 2^29); returns false, writing nothing, for a
+// block that is not.
+using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
+                              double b, unsigned char* out) noexcept;
 
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
-    BaseIntFn baseInt[kReaders][kDarkRules];  // null for the colour readers and the wide rule
-    AccumulateIntFn accumulateInt[9];         // by integer output type code
+    DirectFn direct[kReaders][2][2][9];
+    FlatDirectFn flatDirect[kReaders][2][kStages][2]
+                           [9];  // [reader][dark Off, Wrap][stage][accumulate][output]  // [reader][dark rule Off or
+                                 // Wrap][accumulate][output type code]
     FlatFn flat;
     StageFn threshold;
     StageFn clip;

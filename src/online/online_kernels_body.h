@@ -62,38 +62,174 @@ void Base(const unsigned char* src, const int32_t* dark, size_t n, double* base)
     for (; i < n; ++i) base[i] = BaseValue<Id, Dk>(src, dark, i);
 }
 
-template <ReaderId Id, DarkRule Dk>
-void BaseInt(const unsigned char* src, const int32_t* dark, size_t n, int32_t* base) noexcept {
-    using W = Word<Id>;
-    size_t i = 0;
-    for (; i + kWide <= n; i += kWide) {
-        const VW s = LoadWide<W>(src + i * sizeof(W));
-        StoreW(base + i, Dk == DarkRule::Off ? s : SubW(s, LoadW(dark + i)));
-    }
-    for (; i < n; ++i) {
-        const auto s = static_cast<uint32_t>(ReaderOf<Id>::Read(src, i));
-        base[i] = static_cast<int32_t>(Dk == DarkRule::Off ? s : s - static_cast<uint32_t>(dark[i]));
+// Colour pixels reduced to their mean, kWide at a time (the byte shuffles of AVX2 and AVX-512): the
+// three bytes of each pixel moved into an int32 lane each, and (2 x sum + 1) / 6 taken as
+// ((2 x sum + 1) x 10923) >> 16, which equals it for every sum up to 765. The loads reach 4 bytes
+// past the kWide pixels, so the caller leaves 2 more pixels after them.
+#if QM_VECTOR_BYTES >= 32
+inline constexpr bool kVectorColour = true;
+inline constexpr size_t kColourSlack = 2;
+QM_INLINE VW ColourMeanWide(const unsigned char* p) noexcept {
+    const auto channel = [](int c) {
+        return _mm_setr_epi8(static_cast<char>(c), -1, -1, -1, static_cast<char>(3 + c), -1, -1, -1,
+                             static_cast<char>(6 + c), -1, -1, -1, static_cast<char>(9 + c), -1, -1, -1);
+    };
+    const auto quarter = [p](int q) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 12 * q)); };
+#if QM_VECTOR_BYTES == 64
+    __m512i bytes = _mm512_castsi128_si512(quarter(0));
+    bytes = _mm512_inserti32x4(bytes, quarter(1), 1);
+    bytes = _mm512_inserti32x4(bytes, quarter(2), 2);
+    bytes = _mm512_inserti32x4(bytes, quarter(3), 3);
+    const auto pick = [&bytes](__m128i m) { return _mm512_shuffle_epi8(bytes, _mm512_broadcast_i32x4(m)); };
+#else
+    const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(quarter(0)), quarter(1), 1);
+    const auto pick = [&bytes](__m128i m) { return _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(m)); };
+#endif
+    const VW sum = AddW(AddW(pick(channel(0)), pick(channel(1))), pick(channel(2)));
+    const VW t = AddW(AddW(sum, sum), SplatW(1));
+#if QM_VECTOR_BYTES == 64
+    return _mm512_srli_epi32(MulW(t, SplatW(10923)), 16);
+#else
+    return _mm256_srli_epi32(MulW(t, SplatW(10923)), 16);
+#endif
+}
+#else
+inline constexpr bool kVectorColour = false;
+inline constexpr size_t kColourSlack = 0;
+#endif
+
+// Readers with a full-width vector form.
+template <ReaderId Id> inline constexpr bool kWideReader = kVectorReader<Id> ||
+                                                           (Id == ReaderId::ColourMean && kVectorColour);
+
+// kWide pixels from the one at p as int32 lanes (32-bit words as their bit patterns).
+template <ReaderId Id> QM_INLINE VW PixelsWide(const unsigned char* p) noexcept {
+    if constexpr (Id == ReaderId::ColourMean) {
+#if QM_VECTOR_BYTES >= 32
+        return ColourMeanWide(p);
+#endif
+    } else {
+        return LoadWide<Word<Id>>(p);
     }
 }
 
-template <class D> void AccumulateInt(const int32_t* v, size_t n, unsigned char* out) noexcept {
+template <ReaderId Id, DarkRule Dk, bool kAcc, class D>
+void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept {
+    constexpr size_t kPixel = Id == ReaderId::ColourMean || Id == ReaderId::ColourLuminance ? 3 : sizeof(Word<Id>);
     size_t i = 0;
-    for (; i + kWide <= n; i += kWide) {
-        unsigned char* p = out + i * sizeof(D);
-        StoreWide<D>(p, AddW(LoadWide<D>(p), LoadW(v + i)));
+    if constexpr (std::is_integral_v<D> && kWideReader<Id>) {
+        // Integer outputs take the 32-bit patterns: their low bits are the stored element's.
+        constexpr size_t kSlack = Id == ReaderId::ColourMean ? kColourSlack : 0;
+        for (; i + kWide + kSlack <= n; i += kWide) {
+            VW v = PixelsWide<Id>(src + i * kPixel);
+            if constexpr (Dk == DarkRule::Wrap) v = SubW(v, LoadW(dark + i));
+            unsigned char* p = out + i * sizeof(D);
+            if constexpr (kAcc) v = AddW(LoadWide<D>(p), v);
+            StoreWide<D>(p, v);
+        }
+    } else if constexpr (!std::is_integral_v<D> && kVectorReader<Id>) {
+        for (; i + kLanes <= n; i += kLanes) {
+            VI s = LoadInt<Word<Id>>(src + i * kPixel);
+            if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
+            VD v = ToDouble(s);
+            if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
+            unsigned char* p = out + i * sizeof(D);
+            if constexpr (std::is_same_v<D, double>) {
+                if constexpr (kAcc) v = LoadDouble<double>(p) + v;
+                std::memcpy(p, &v, sizeof v);
+            } else {
+                // A float accumulation adds in single precision.
+                StoreFloat(p, kAcc ? LoadDouble<float>(p) + RoundToSingle(v) : v);
+            }
+        }
     }
-    for (; i < n; ++i) Put<D, true>(out, i, static_cast<D>(v[i]));
+    for (; i < n; ++i) Put<D, kAcc>(out, i, ::qm::StoreFloat<D>(BaseValue<Id, Dk>(src, dark, i)));
+}
+
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
+bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
+                unsigned char* out) noexcept {
+    constexpr size_t kPixel = sizeof(Word<Id>);
+    const auto base = [src, dark](size_t i) {
+        VI s = LoadInt<Word<Id>>(src + i * kPixel);
+        if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
+        VD v = ToDouble(s);
+        if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
+        return v;
+    };
+    size_t i = 0;
+    if constexpr (BaseBits({Id, Dk}) > kNarrowBits) {
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD v = base(i);
+            if (!AllOf((v > -kNarrowLimit) & (v < kNarrowLimit))) return false;
+        }
+        for (; i < n; ++i) {
+            const double v = BaseValue<Id, Dk>(src, dark, i);
+            if (!(v > -kNarrowLimit && v < kNarrowLimit)) return false;
+        }
+    }
+    const auto finish = [a, b](auto x) {  // x: the exact product of a narrow value and its factor
+        if constexpr (St == Stage::Threshold)
+            return ThresholdForm(x, a);
+        else if constexpr (St == Stage::Clip)
+            return ClipForm(x, a, b);
+        else
+            return x;
+    };
+    for (i = 0; i + kLanes <= n; i += kLanes) {
+        const VD x = finish(base(i) * LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i)));
+        unsigned char* p = out + i * sizeof(D);
+        if constexpr (std::is_same_v<D, double>) {
+            const VD r = kAcc ? LoadDouble<double>(p) + x : x;
+            std::memcpy(p, &r, sizeof r);
+        } else if constexpr (std::is_same_v<D, float>) {
+            StoreFloat(p, kAcc ? LoadDouble<float>(p) + RoundToSingle(x) : x);
+        } else {
+            const VI r = TruncateLow32(x);
+            StoreInt<D>(p, kAcc ? AddInt(LoadInt<D>(p), r) : r);
+        }
+    }
+    for (; i < n; ++i)
+        Put<D, kAcc>(out, i,
+                     ::qm::StoreFloat<D>(finish(BaseValue<Id, Dk>(src, dark, i) * static_cast<double>(flat[i]))));
+    return true;
+}
+
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc> constexpr void SetFlatDirect(Kernels& k) noexcept {
+    auto& row = k.flatDirect[static_cast<int>(Id)][Dk == DarkRule::Wrap][static_cast<int>(St)][kAcc];
+    row[kI8] = row[kU8] = &FlatDirect<Id, Dk, St, kAcc, uint8_t>;
+    row[kI16] = row[kU16] = &FlatDirect<Id, Dk, St, kAcc, uint16_t>;
+    row[kI32] = row[kU32] = &FlatDirect<Id, Dk, St, kAcc, uint32_t>;
+    row[kF32] = &FlatDirect<Id, Dk, St, kAcc, float>;
+    row[kF64] = &FlatDirect<Id, Dk, St, kAcc, double>;
+}
+template <ReaderId Id, DarkRule Dk> constexpr void SetFlatDirects(Kernels& k) noexcept {
+    SetFlatDirect<Id, Dk, Stage::None, false>(k);
+    SetFlatDirect<Id, Dk, Stage::None, true>(k);
+    SetFlatDirect<Id, Dk, Stage::Threshold, false>(k);
+    SetFlatDirect<Id, Dk, Stage::Threshold, true>(k);
+    SetFlatDirect<Id, Dk, Stage::Clip, false>(k);
+    SetFlatDirect<Id, Dk, Stage::Clip, true>(k);
+}
+
+template <ReaderId Id, DarkRule Dk, bool kAcc> constexpr void SetDirect(Kernels& k) noexcept {
+    auto& row = k.direct[static_cast<int>(Id)][Dk == DarkRule::Wrap][kAcc];
+    row[kI8] = row[kU8] = &Direct<Id, Dk, kAcc, uint8_t>;
+    row[kI16] = row[kU16] = &Direct<Id, Dk, kAcc, uint16_t>;
+    row[kI32] = row[kU32] = &Direct<Id, Dk, kAcc, uint32_t>;
+    row[kF32] = &Direct<Id, Dk, kAcc, float>;
+    row[kF64] = &Direct<Id, Dk, kAcc, double>;
 }
 
 bool Flat(double* v, const float* flat, size_t n) noexcept {
     size_t i = 0;
-    bool narrow = true;
+    // The first wide value decides: blocks of wide values (32-bit sources) stop at once.
     for (; i + kLanes <= n; i += kLanes) {
         const VD x = LoadVD(v + i);
-        narrow &= AllOf((x > -kNarrowLimit) & (x < kNarrowLimit));
+        if (!AllOf((x > -kNarrowLimit) & (x < kNarrowLimit))) return false;
     }
-    for (; i < n; ++i) narrow &= v[i] > -kNarrowLimit && v[i] < kNarrowLimit;
-    if (!narrow) return false;
+    for (; i < n; ++i)
+        if (!(v[i] > -kNarrowLimit && v[i] < kNarrowLimit)) return false;
     i = 0;
     for (; i + kLanes <= n; i += kLanes)
         StoreVD(v + i, LoadVD(v + i) * LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i)));
@@ -131,7 +267,7 @@ template <class D> void Accumulate(const double* v, size_t n, unsigned char* out
 template <Stage St, class D, bool kAccumulate>
 void Wide(const double* base, const float* flat, size_t n, double a, double b, unsigned char* out) noexcept {
     alignas(64) D r[blocks::kBlock];  // results gathered first, so the branch-free rule vectorises
-    for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D>(base[i], flat[i], a, b);
+    for (size_t i = 0; i < n; ++i) r[i] = WideFlatResult<St, D, kFma>(base[i], flat[i], a, b);
     if constexpr (kAccumulate) {
         for (size_t i = 0; i < n; ++i) r[i] = static_cast<D>(LoadAt<D>(out, i) + r[i]);
     }
@@ -153,9 +289,13 @@ template <ReaderId Id, DarkRule Dk> constexpr void SetBase(Kernels& k) noexcept 
 template <ReaderId Id> constexpr void SetBases(Kernels& k) noexcept {
     SetBase<Id, DarkRule::Off>(k);
     SetBase<Id, DarkRule::Wrap>(k);
+    SetDirect<Id, DarkRule::Off, false>(k);
+    SetDirect<Id, DarkRule::Off, true>(k);
+    SetDirect<Id, DarkRule::Wrap, false>(k);
+    SetDirect<Id, DarkRule::Wrap, true>(k);
     if constexpr (kVectorReader<Id>) {
-        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Off)] = &BaseInt<Id, DarkRule::Off>;
-        k.baseInt[static_cast<int>(Id)][static_cast<int>(DarkRule::Wrap)] = &BaseInt<Id, DarkRule::Wrap>;
+        SetFlatDirects<Id, DarkRule::Off>(k);
+        SetFlatDirects<Id, DarkRule::Wrap>(k);
     }
     if constexpr (Id == ReaderId::I32) SetBase<Id, DarkRule::Wide>(k);
 }
@@ -177,9 +317,6 @@ constexpr Kernels MakeKernels() noexcept {
     SetWide<Stage::Threshold, true>(k);
     SetWide<Stage::Clip, false>(k);
     SetWide<Stage::Clip, true>(k);
-    k.accumulateInt[kI8] = k.accumulateInt[kU8] = &AccumulateInt<uint8_t>;
-    k.accumulateInt[kI16] = k.accumulateInt[kU16] = &AccumulateInt<uint16_t>;
-    k.accumulateInt[kI32] = k.accumulateInt[kU32] = &AccumulateInt<uint32_t>;
     k.accumulate[kI8] = &Accumulate<uint8_t>;
     k.accumulate[kU8] = &Accumulate<uint8_t>;
     k.accumulate[kI16] = &Accumulate<uint16_t>;

@@ -69,8 +69,14 @@ template <class D, bool kAccumulate> QM_INLINE void Put(unsigned char* out, size
 // The result of a flat-field pixel whose base value may reach beyond 29 bits: the product is
 // carried exactly and the final stage compares and rounds that exact value. Branch-free, so that
 // a block of them vectorises.
-template <Stage St, class D> QM_INLINE D WideFlatResult(double base, float flat, double a, double b) noexcept {
-    const Exact v = ExactProduct(static_cast<int64_t>(base), flat);
+// kFma: the unit fuses multiply and add.
+template <Stage St, class D, bool kFma>
+QM_INLINE D WideFlatResult(double base, float flat, double a, double b) noexcept {
+    Exact v;
+    if constexpr (kFma)
+        v = ExactProductFused(base, flat);
+    else
+        v = ExactProduct(static_cast<int64_t>(base), flat);
     if constexpr (St == Stage::Threshold) {
         return Above(v, a) ? D{1} : D{0};
     } else if constexpr (St == Stage::Clip) {

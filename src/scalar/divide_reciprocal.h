@@ -59,4 +59,14 @@ inline Eval ChooseReciprocal(Kind src, Kind dst) noexcept {
     return Eval::Scaled;
 }
 
+// Division in singles, for 8- and 16-bit integer sources into integer destinations (the truncated
+// quotient is all they keep): x (|x| <= 2^16) and an integral |a| < 2^24 are exact singles; a
+// quotient of integers is either exact in single or lies at least 1/|a| from every integer,
+// farther than its rounding to single (at most |x / a| x 2^-24 < 1/|a|) can move it, so the
+// truncation of the single quotient is that of the exact one. 1 / x is the same with 1 over x.
+inline bool DividesInSingles(Kind src, Kind dst, double a) noexcept {
+    return src.integer && src.bits <= 16 && dst.integer && IsIntegral(a) && std::fabs(a) < 0x1p24;
+}
+inline bool ReciprocalInSingles(Kind src, Kind dst) noexcept { return DividesInSingles(src, dst, 1.0); }
+
 }  // namespace qm::scalar

@@ -96,12 +96,13 @@ template <bool kRoot> constexpr LastFn kLast[9] = {
 
 // What one call runs over each block.
 struct Plan {
-    enum class Path : uint8_t { Double, Integer, Exact, Digits, Log10, Last } path = Path::Double;
+    enum class Path : uint8_t { Double, Integer, Narrow, Exact, Digits, Log10, Last } path = Path::Double;
     scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
     scalar::Constants c{};
-    scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci, or none (convert)
+    scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci (add 0 to convert)
     uint32_t ci = 0;
-    scalar::ExactFn exact = nullptr;  // Exact: evaluation and store
+    scalar::NarrowFn narrow = nullptr;  // Narrow: the quotient in singles
+    scalar::ExactFn exact = nullptr;    // Exact: evaluation and store
     Log10Fn log10 = nullptr;
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
@@ -115,7 +116,7 @@ Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval,
         case Eval::Zero: p.form = k.form[srcType][static_cast<int>(Form::Zero)]; break;
         case Eval::Integer:
             p.path = Plan::Path::Integer;
-            p.integer = form == Form::Add ? k.intAdd[srcType] : k.intMul[srcType];
+            p.integer = form == Form::Add ? k.intAdd[srcType][dstType] : k.intMul[srcType][dstType];
             p.ci = static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInteger(a)));
             break;
         case Eval::Plain:
@@ -160,11 +161,17 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
                 return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, inverse), srcType, dstType,
                                   inverse);
             }
+            if (scalar::DividesInSingles(src, dst, a)) {
+                p.path = Plan::Path::Narrow;
+                p.narrow = k.narrow[0][srcType][dstType];
+                p.c.a = a;
+                return p;
+            }
             return Arithmetic(k, Form::Div, ExactOp::Div, scalar::ChooseDiv(src, dst, a), srcType, dstType, a);
         }
         case 505:
             p.path = Plan::Path::Log10;
-            if (src.integer && dst.integer && kLog10Tables[srcType] == nullptr) {
+            if (src.integer && dst.integer) {  // counted in vectors, faster than the table
                 p.path = Plan::Path::Digits;
                 return p;
             }
@@ -177,10 +184,18 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
             p.last = op == 507 ? kLast<true>[dstType] : kLast<false>[dstType];
             return p;
         case 508:
+            if (scalar::ReciprocalInSingles(src, dst)) {
+                p.path = Plan::Path::Narrow;
+                p.narrow = k.narrow[1][srcType][dstType];
+                return p;
+            }
             return Arithmetic(k, Form::Reciprocal, ExactOp::Reciprocal, scalar::ChooseReciprocal(src, dst), srcType,
                               dstType, 1.0);
         default:  // 509: the load and the store rule alone; between integer types the bits move as int32
-            if (src.integer && dst.integer) p.path = Plan::Path::Integer;
+            if (src.integer && dst.integer) {
+                p.path = Plan::Path::Integer;
+                p.integer = k.intAdd[srcType][dstType];
+            }
             return p;
     }
 }
@@ -199,7 +214,6 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         io.load[srcType](src + (n - 1) * ss, 1, v);
         return p.last(v[0], dst) ? Status::ElementNotComputed : Status::Ok;
     }
-    alignas(64) int32_t w[blocks::kBlock];
     // Blocks read all their elements before writing any; where the destination overlaps the
     // source so that a write could change an element not yet read, elements go one at a time.
     const size_t block = BlockwiseIsSafe(dst, ds, src, ss, n) ? blocks::kBlock : 1;
@@ -211,21 +225,13 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         const unsigned char* s = src + i0 * ss;
         unsigned char* d = stream ? scratch : dst + i0 * ds;
         switch (p.path) {
-            case Plan::Path::Integer:
-                if (p.integer != nullptr)
-                    p.integer(s, m, w, p.ci);
-                else
-                    io.entry[srcType](s, m, w);
-                io.storeInt[dstType](w, m, d);
-                break;
+            case Plan::Path::Integer: p.integer(s, m, d, p.ci); break;
+            case Plan::Path::Narrow: p.narrow(s, m, d, p.c.a); break;
             case Plan::Path::Exact:
                 io.load[srcType](s, m, v);
                 p.exact(v, m, p.c.a, d);
                 break;
-            case Plan::Path::Digits:
-                failed |= k.digits[srcType](s, m, v);
-                io.store[dstType](v, m, d);
-                break;
+            case Plan::Path::Digits: failed |= k.digits[srcType][dstType](s, m, d); break;
             case Plan::Path::Log10:
                 if (n >= kLog10TableUse && p.log10Table != nullptr && p.log10Table(s, m, d, failed)) break;
                 io.load[srcType](s, m, v);

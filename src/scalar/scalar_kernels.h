@@ -22,22 +22,28 @@ struct Constants {
 // Plain forms, applied to the elements as they are read into a block of doubles.
 enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count };
 
-// 505 between integer types, in place: each value becomes its number of decimal digits less one
-// (0 for values below 1); true when some value was not positive.
-using DigitsFn = bool (*)(const unsigned char* src, size_t n, double* v) noexcept;
+// 505 between integer types: each value's number of decimal digits less one (0 for values below 1)
+// stored straight into the destination; true when some value was not positive.
+using DigitsFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 // Exact evaluations: operation x {Exact, Exact32, Scaled}.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
 using FormFn = void (*)(const unsigned char* src, size_t n, double* v, Constants c) noexcept;
-using IntFormFn = void (*)(const unsigned char* src, size_t n, int32_t* v, uint32_t c) noexcept;
+// Integer sources into integer destinations: the integer entries with wrapping 32-bit add or
+// multiply by c, stored (their low bits) straight into the destination.
+using IntFormFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, uint32_t c) noexcept;
+// 8- and 16-bit integer sources into integer destinations: x / a (or 1 / x, 0 for x = 0) divided in
+// singles and truncated, straight into the destination (divide_reciprocal.h says when).
+using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
 
 struct Kernels {
     // By source type code (U32 read as I32); the integer ones for integer sources only.
     FormFn form[9][static_cast<int>(Form::Count)];
-    DigitsFn digits[9];
-    IntFormFn intAdd[9];
-    IntFormFn intMul[9];
+    DigitsFn digits[9][9];   // [source][destination], integer types only
+    IntFormFn intAdd[9][9];  // [source][destination], integer types only
+    IntFormFn intMul[9][9];
+    NarrowFn narrow[2][9][9];  // [divide, reciprocal][source][destination], where they apply
     ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
 };
 

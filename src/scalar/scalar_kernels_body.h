@@ -14,6 +14,7 @@
 #include "scalar/clip_band.h"
 #include "scalar/divide_reciprocal.h"
 #include "scalar/evaluation.h"
+#include "scalar/log_root.h"
 #include "scalar/multiply.h"
 #include "scalar/scalar_kernels.h"
 
@@ -42,29 +43,116 @@ template <class S, class F> void BoundsForm(const unsigned char* src, size_t n, 
 }
 void ZeroForm(const unsigned char*, size_t n, double* v, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
-template <class S> bool Digits(const unsigned char* src, size_t n, double* v) noexcept {
+// Digits counted by comparisons with the powers of ten up to the source's largest value, in int32
+// lanes.
+template <class S, class D> bool CountDigits(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+    constexpr int kPowers = sizeof(S) == 1 ? 2 : sizeof(S) == 2 ? 4 : 9;
+    VS bad{};
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        bad |= x <= 0;
+        VS d{};
+        int64_t power = 10;
+        for (int k = 1; k <= kPowers; ++k, power *= 10) d -= x >= static_cast<int32_t>(power);  // true is -1
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(d));
+    }
     bool failed = false;
-    const auto digits = [&failed](auto x) {
-        failed |= !AllOfLanes(x > 0.0);
-        decltype(x) d{};
-        double power = 10.0;
-        for (int k = 1; k <= 9; ++k, power *= 10.0) d += x >= power ? Broadcast<decltype(x)>(1.0) : decltype(x){};
-        return d;
-    };
-    Map<S>(src, n, v, digits);
+    for (size_t k = 0; k < kWide; ++k) failed |= bad[k] != 0;
+    for (; i < n; ++i) {
+        const auto x = static_cast<double>(LoadAt<S>(src, i));
+        failed |= !(x > 0.0);
+        StoreAt<D>(dst, i, static_cast<D>(Digits(x)));
+    }
     return failed;
 }
 
-// Integer entries of n elements of S, with wrapping 32-bit Op by c applied on the way.
-template <class S, class Op> void IntegerForm(const unsigned char* src, size_t n, int32_t* v, uint32_t c) noexcept {
+// 16-bit lanes (twice as many as int32 ones) for 8- and 16-bit sources and destinations, whose low
+// 16 bits are all they keep of a wrapping 32-bit sum or product.
+typedef uint16_t VH __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef int16_t VHs __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef uint8_t VB __attribute__((vector_size(QM_VECTOR_BYTES / 2)));
+typedef int8_t VBs __attribute__((vector_size(QM_VECTOR_BYTES / 2)));
+inline constexpr size_t kHalfLanes = QM_VECTOR_BYTES / 2;
+
+template <class S> QM_INLINE VH LoadHalves(const unsigned char* p) noexcept {
+    if constexpr (sizeof(S) == 2) {
+        VH v;
+        std::memcpy(&v, p, sizeof v);
+        return v;
+    } else if constexpr (std::is_signed_v<S>) {
+        VBs b;
+        std::memcpy(&b, p, sizeof b);
+        return reinterpret_cast<VH>(__builtin_convertvector(b, VHs));
+    } else {
+        VB b;
+        std::memcpy(&b, p, sizeof b);
+        return __builtin_convertvector(b, VH);
+    }
+}
+template <class D> QM_INLINE void StoreHalves(unsigned char* p, VH v) noexcept {
+    if constexpr (sizeof(D) == 2) {
+        std::memcpy(p, &v, sizeof v);
+    } else {
+        const VB b = __builtin_convertvector(v, VB);
+        std::memcpy(p, &b, sizeof b);
+    }
+}
+
+// Integer entries of n elements of S, with wrapping 32-bit Op by c, into elements of D.
+template <class S, class Op, class D>
+void IntegerForm(const unsigned char* src, size_t n, unsigned char* dst, uint32_t c) noexcept {
     size_t i = 0;
-    const VW k = SplatW(static_cast<int32_t>(c));
-    for (; i + kWide <= n; i += kWide) {
-        const VW x = LoadWide<S>(src + i * sizeof(S));
-        StoreW(v + i, std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
+    if constexpr (sizeof(S) <= 2 && sizeof(D) <= 2) {
+        const auto k = static_cast<uint16_t>(c);
+        for (; i + kHalfLanes <= n; i += kHalfLanes) {
+            const VH x = LoadHalves<S>(src + i * sizeof(S));
+            StoreHalves<D>(dst + i * sizeof(D), std::is_same_v<Op, AddOp> ? x + k : x * k);
+        }
+    } else {
+        const VW k = SplatW(static_cast<int32_t>(c));
+        for (; i + kWide <= n; i += kWide) {
+            const VW x = LoadWide<S>(src + i * sizeof(S));
+            StoreWide<D>(dst + i * sizeof(D), std::is_same_v<Op, AddOp> ? AddW(x, k) : MulW(x, k));
+        }
     }
     for (; i < n; ++i)
-        v[i] = static_cast<int32_t>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c));
+        StoreAt<D>(dst, i,
+                   static_cast<D>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c)));
+}
+
+// x / a or 1 / x in singles, truncated, kWide elements at a time.
+template <class S, class D, bool kReciprocal>
+void NarrowQuotient(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept {
+    const auto divisor = static_cast<float>(a);
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        VS q;
+        if constexpr (kReciprocal) {
+            const VS vanishes = x == 0;
+            q = __builtin_convertvector(VF{} + 1.0f / __builtin_convertvector(vanishes ? 1 : x, VF), VS);
+            q = vanishes ? 0 : q;
+        } else {
+            q = __builtin_convertvector(__builtin_convertvector(x, VF) / divisor, VS);
+        }
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(q));
+    }
+    for (; i < n; ++i) {
+        const auto x = static_cast<float>(LoadAt<S>(src, i));
+        const float q = kReciprocal ? (x == 0.0f ? 0.0f : 1.0f / x) : x / divisor;
+        StoreAt<D>(dst, i, static_cast<D>(static_cast<int32_t>(q)));
+    }
+}
+
+template <class S, class D> constexpr void SetIntegerPair(Kernels& k, int32_t type, int32_t dstType) noexcept {
+    k.digits[type][dstType] = &CountDigits<S, D>;
+    k.intAdd[type][dstType] = &IntegerForm<S, AddOp, D>;
+    k.intMul[type][dstType] = &IntegerForm<S, MulOp, D>;
+    if constexpr (sizeof(S) <= 2) {
+        k.narrow[0][type][dstType] = &NarrowQuotient<S, D, false>;
+        k.narrow[1][type][dstType] = &NarrowQuotient<S, D, true>;
+    }
 }
 
 template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
@@ -76,10 +164,13 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     row[static_cast<int>(Form::Clip)] = &BoundsForm<S, ClipForm>;
     row[static_cast<int>(Form::Band)] = &BoundsForm<S, BandForm>;
     row[static_cast<int>(Form::Zero)] = &ZeroForm;
-    k.digits[type] = &Digits<S>;
     if constexpr (std::is_integral_v<S>) {
-        k.intAdd[type] = &IntegerForm<S, AddOp>;
-        k.intMul[type] = &IntegerForm<S, MulOp>;
+        SetIntegerPair<S, uint8_t>(k, type, kI8);
+        SetIntegerPair<S, uint8_t>(k, type, kU8);
+        SetIntegerPair<S, uint16_t>(k, type, kI16);
+        SetIntegerPair<S, uint16_t>(k, type, kU16);
+        SetIntegerPair<S, uint32_t>(k, type, kI32);
+        SetIntegerPair<S, uint32_t>(k, type, kU32);
     }
 }
 

@@ -221,4 +221,42 @@ TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
     });
 }
 
+// Colour pixels reduced to their mean take a multiply-and-shift in place of the division by 6 in
+// vectors: every byte sum from 0 to 765, in frames long enough for whole vectors and in ones that
+// end a pixel or two past the last whole vector (the vector loads reach past their pixels).
+TEST(OnlineKernels, ColourMeanOfEveryByteSum) {
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        for (const uint32_t n : {766u, 17u, 18u, 19u, 34u, 35u}) {
+            std::vector<unsigned char> src(3 * n);
+            std::vector<int32_t> want(n);
+            for (uint32_t i = 0; i < n; ++i) {
+                const int sum = static_cast<int>((i * 7919u + (n == 766 ? 0 : 700)) % 766);
+                const int b0 = std::min(sum, 255), b1 = std::min(sum - b0, 255), b2 = sum - b0 - b1;
+                src[3 * i] = static_cast<unsigned char>(b1), src[3 * i + 1] = static_cast<unsigned char>(b2);
+                src[3 * i + 2] = static_cast<unsigned char>(b0);
+                want[i] = static_cast<int32_t>(std::trunc((sum + 0.5) * 0.3333333333333333));
+            }
+            for (const int outType : {6, 7, 4}) {  // U8, U16, F32; written, then added onto the first
+                std::vector<unsigned char> out(n * 4, 0);
+                QmdDataStruct srcD{src.data(), n, 1, 15, 1, {}}, outD{out.data(), n, 1, outType, 1, {}};
+                for (const uint32_t frameNumber : {1u, 2u}) {
+                    qm::OnlineFrame frame;
+                    frame.options = frameNumber == 2 ? qm::kOnlineAccumulate : 0u;
+                    frame.source = &srcD, frame.output = &outD, frame.frameNumber = frameNumber;
+                    ASSERT_EQ(RunPipeline(frame, 15), qm::Status::Ok);
+                }
+                for (uint32_t i = 0; i < n; ++i) {
+                    const int32_t twice = outType == 6 ? 2 * want[i] & 0xFF : 2 * want[i];  // U8 wraps
+                    const size_t size = outType == 6 ? 1 : outType == 7 ? 2 : 4;
+                    float f = 0;
+                    uint16_t w = 0;
+                    std::memcpy(outType == 4 ? static_cast<void*>(&f) : &w, &out[i * size], size);
+                    const int32_t got = outType == 4 ? static_cast<int32_t>(f) : w;
+                    ASSERT_EQ(got, twice) << "pixel " << i << " of " << n << ", output type " << outType;
+                }
+            }
+        }
+    });
+}
+
 }  // namespace

@@ -87,11 +87,16 @@ const double kElements[] = {0,
                             2,
                             3,
                             7,
+                            9,
                             10,
                             30,
+                            99,
                             100,
                             999,
                             1000,
+                            9999,
+                            10000,
+                            999999999,
                             0.5,
                             -1.5,
                             2.9,
@@ -294,6 +299,15 @@ std::pair<std::vector<double>, std::vector<double>> MakeEdges(int32_t type) {
             for (int step : {-1, 0, 1})
                 for (double sign : {1, -1})
                     a.push_back(sign * (std::ldexp(1, top + low) - std::ldexp(1, w) + std::ldexp(step, low)));
+    // Integral divisors that 8- and 16-bit elements divide by in singles, up to where a divisor
+    // stops being a single (2^24 + 1), and elements on and one off their multiples (41 and 61:
+    // multiples whose quotient a product by the single reciprocal would put below the integer).
+    for (const double d : {3.0, 41.0, 61.0, 255.0, 257.0, 65535.0, 65537.0, 0x1p24 - 1, 0x1p24 + 1, 0x1p24 + 2}) {
+        a.insert(a.end(), {d, -d});
+        for (const double k : {1.0, 2.0, 3.0, 100.0, 1000.0, std::floor(ones / d)})
+            for (const double e : {-1.0, 0.0, 1.0})
+                if (!isFloat && k * d + e <= ones) x.push_back(k * d + e);
+    }
     std::sort(a.begin(), a.end());
     a.erase(std::unique(a.begin(), a.end()), a.end());
     return {x, a};
