@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 
@@ -22,13 +23,16 @@ size_t LastLevelCache() noexcept {
     return size_t{16} << 20;  // a common size where the system does not say
 }
 
-// Virtual machines often report the host's whole cache; past 32 MiB the share of one core is
-// rarely more, so the threshold is capped there.
-const size_t kThreshold = std::min(LastLevelCache(), size_t{32} << 20) / 4 * 3;
+const size_t kDefaultThreshold = LastLevelCache() / 4 * 3;
+std::atomic<size_t> g_threshold{kDefaultThreshold};
 
 }  // namespace
 
-size_t StreamingThreshold() noexcept { return kThreshold; }
+size_t StreamingThreshold() noexcept { return g_threshold.load(std::memory_order_relaxed); }
+
+void SetStreamingThreshold(size_t bytes) noexcept {
+    g_threshold.store(bytes == 0 ? kDefaultThreshold : bytes, std::memory_order_relaxed);
+}
 
 void StreamCopy(unsigned char* dst, const unsigned char* src, size_t n) noexcept {
     const size_t head = std::min(n, static_cast<size_t>((16 - reinterpret_cast<uintptr_t>(dst) % 16) % 16));

@@ -10,9 +10,13 @@
 namespace qm {
 
 // Outputs of at least this many bytes are streamed, unless they are also read (updated in place,
-// or accumulated into): three quarters of the last-level cache (at most of 32 MiB), read once at
-// load.
+// or accumulated into): three quarters of the last-level cache the system reports, read once at
+// load. That is the size from which the C library's memcpy streams its own copies, so an output
+// bypasses the cache exactly when a copy of the same bytes would (a virtual machine that reports
+// its host's whole cache streams late, and so does its memcpy).
 size_t StreamingThreshold() noexcept;
+// Tests move the threshold to reach the streaming path with small buffers; 0 restores the default.
+void SetStreamingThreshold(size_t bytes) noexcept;
 
 // Whether an output of `bytes` that no source overlaps is streamed.
 inline bool Streams(size_t bytes, bool overlapsSource) noexcept {

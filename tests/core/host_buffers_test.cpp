@@ -191,6 +191,11 @@ TEST(HostBuffers, OutputsLargerThanTheCacheAreStreamedWithTheSameBytes) {
     // One call over an output past the streaming size, at an odd address, against the same
     // elements in calls small enough to be written plainly. Sources: U16 images a and b, a dark
     // frame and a flat field (the online call reads a, dark and flat; arithmetic a and b).
+    // A threshold of 1 MiB stands for the cache, so that the test is the same on any machine.
+    struct Threshold {
+        Threshold() { qm::SetStreamingThreshold(size_t{1} << 20); }
+        ~Threshold() { qm::SetStreamingThreshold(0); }
+    } threshold;
     const size_t n = qm::StreamingThreshold() / sizeof(double) + 1001, parts = 4;
     Bytes a(n * 2 + 1), b(n * 2), dark(n * 4), flat(n * 4), whole(n * 8 + 3), pieces(n * 8 + 3);
     FillElements(a.data() + 1, qm::kU16, n, 5);
