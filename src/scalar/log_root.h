@@ -39,12 +39,12 @@ inline int64_t Digits(double x) noexcept {
     return digits;
 }
 
-// 505 from 8- and 16-bit sources: every result is a function of the element alone, so one table
-// per (source, destination) type, built once with the rule above (at its first use, which costs
+// 505 from 8- and 16-bit sources into floats: every result is a function of the element alone,
+// so one table per (source, destination) type, built once with the rule above (at its first use, which costs
 // one extended logarithm per source value), serves every later call. Null when memory for it
 // cannot be had; the caller then computes element by element.
 template <class S, class D> const D* Log10Table() noexcept {
-    static_assert(std::is_integral_v<S> && sizeof(S) <= 2);
+    static_assert(std::is_integral_v<S> && sizeof(S) <= 2 && std::is_floating_point_v<D>);
     static const D* const table = []() noexcept -> const D* {
         constexpr size_t kValues = size_t{1} << (8 * sizeof(S));
         D* t = new (std::nothrow) D[kValues];
@@ -52,11 +52,7 @@ template <class S, class D> const D* Log10Table() noexcept {
         using U = std::make_unsigned_t<S>;
         for (size_t k = 0; k < kValues; ++k) {
             const auto x = static_cast<double>(static_cast<S>(static_cast<U>(k)));
-            if constexpr (std::is_integral_v<D>) {
-                t[k] = LowBits<D>(Digits(x));
-            } else {
-                t[k] = x > 0.0 ? StoreFloat<D>(Log10Extended(x)) : D(0);
-            }
+            t[k] = x > 0.0 ? StoreFloat<D>(Log10Extended(x)) : D(0);
         }
         return t;
     }();

@@ -29,7 +29,7 @@ using scalar::Form;
 using scalar::Kind;
 
 using Log10Fn = bool (*)(const double* v, size_t n, unsigned char* dst) noexcept;
-// 505 from 8- and 16-bit sources through a table of every result; false when the table cannot be had.
+// 505 from 8- and 16-bit sources into floats through a table of every result; false when the table cannot be had.
 using Log10TableFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept;
 
 template <class S, class D>
@@ -40,17 +40,10 @@ bool Log10Tabled(const unsigned char* src, size_t n, unsigned char* dst, bool& f
     return true;
 }
 
-// [source type code][destination type code]; null where the source is not of 8 or 16 bits.
+// [source type code][destination type code]; null where the source is not of 8 or 16 bits or the
+// destination not a float (integer destinations count digits instead).
 template <class S> constexpr Log10TableFn kLog10TableRow[9] = {
-    nullptr,
-    Log10Tabled<S, Element<kI8>>,
-    Log10Tabled<S, Element<kI16>>,
-    Log10Tabled<S, Element<kI32>>,
-    Log10Tabled<S, Element<kF32>>,
-    Log10Tabled<S, Element<kF64>>,
-    Log10Tabled<S, Element<kU8>>,
-    Log10Tabled<S, Element<kU16>>,
-    Log10Tabled<S, Element<kU32>>,
+    nullptr, nullptr, nullptr, nullptr, Log10Tabled<S, float>, Log10Tabled<S, double>, nullptr, nullptr, nullptr,
 };
 constexpr const Log10TableFn* kLog10Tables[9] = {
     nullptr, kLog10TableRow<int8_t>,  kLog10TableRow<int16_t>,  nullptr, nullptr,
