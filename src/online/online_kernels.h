@@ -39,10 +39,9 @@ using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, con
 
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
-    DirectFn direct[kReaders][2][2][9];
-    FlatDirectFn flatDirect[kReaders][2][kStages][2]
-                           [9];  // [reader][dark Off, Wrap][stage][accumulate][output]  // [reader][dark rule Off or
-                                 // Wrap][accumulate][output type code]
+    DirectFn direct[kReaders][2][2][9];  // [reader][dark rule Off or Wrap][accumulate][output type code]
+    // [reader][dark rule Off or Wrap][final stage][accumulate][output type code]
+    FlatDirectFn flatDirect[kReaders][2][kStages][2][9];
     FlatFn flat;
     StageFn threshold;
     StageFn clip;
