@@ -150,7 +150,7 @@ template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
 bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
                 unsigned char* out) noexcept {
     constexpr size_t kPixel = sizeof(Word<Id>);
-    const auto base = [src, dark](size_t i) {
+    const auto base = [=](size_t i) {
         VI s = LoadInt<Word<Id>>(src + i * kPixel);
         if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
         VD v = ToDouble(s);
@@ -168,7 +168,7 @@ bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
             if (!(v > -kNarrowLimit && v < kNarrowLimit)) return false;
         }
     }
-    const auto finish = [a, b](auto x) {  // x: the exact product of a narrow value and its factor
+    const auto finish = [=](auto x) {  // x: the exact product of a narrow value and its factor
         if constexpr (St == Stage::Threshold)
             return ThresholdForm(x, a);
         else if constexpr (St == Stage::Clip)
