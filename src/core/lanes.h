@@ -236,6 +236,17 @@ QM_INLINE VD RoundToSingle(VD v) noexcept {
 #endif
 }
 
+#if QM_VECTOR_BYTES == 16
+// The low 32 bits of four products on SSE2, which has no 32-bit multiply: the even and the odd
+// lanes as 64-bit products, their low halves interleaved again.
+QM_INLINE __m128i MulLowSse2(__m128i a, __m128i b) noexcept {
+    const __m128i even = _mm_mul_epu32(a, b);
+    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
+    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+}
+#endif
+
 // Int32 lanes: wrapping sum and difference, and low 32 bits of the product.
 QM_INLINE VI AddInt(VI a, VI b) noexcept {
 #if QM_VECTOR_BYTES == 64
@@ -257,10 +268,7 @@ QM_INLINE VI MulInt(VI a, VI b) noexcept {
 #elif QM_VECTOR_BYTES == 32
     return _mm_mullo_epi32(a, b);
 #else
-    const __m128i even = _mm_mul_epu32(a, b);
-    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
-    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
-                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+    return MulLowSse2(a, b);
 #endif
 }
 // kLanes int32 of a block (on SSE2 the upper half of the register is left 0 and not stored).
@@ -430,10 +438,7 @@ QM_INLINE VW MulW(VW a, VW b) noexcept {
 #elif QM_VECTOR_BYTES == 32
     return _mm256_mullo_epi32(a, b);
 #else
-    const __m128i even = _mm_mul_epu32(a, b);
-    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
-    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
-                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+    return MulLowSse2(a, b);
 #endif
 }
 
