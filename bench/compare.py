@@ -7,28 +7,15 @@ that comes and goes touches both alike).
     python3 bench/compare.py OLD_BINARY NEW_BINARY [--filter REGEX] [--repetitions N] [--rounds N]
 """
 import argparse
-import json
 import statistics
-import subprocess
 import sys
+
+from table import measure
 
 
 def ratios(binary, pattern, repetitions, min_time):
-    command = [binary, f"--benchmark_filter=BM_Memcpy|{pattern}", f"--benchmark_repetitions={repetitions}",
-               "--benchmark_report_aggregates_only=true", f"--benchmark_min_time={min_time}",
-               "--benchmark_format=json"]
-    results = json.loads(subprocess.run(command, capture_output=True, text=True, check=True).stdout)
-    medians = {b["run_name"]: b["bytes_per_second"] for b in results["benchmarks"]
-               if b.get("aggregate_name") == "median" and "bytes_per_second" in b}
-    memcpy = {name.rsplit("/", 1)[1]: value for name, value in medians.items() if name.startswith("BM_Memcpy/")}
-    out = {}
-    for name, value in medians.items():
-        parts = name.split("/")
-        side = next((p for p in parts[1:] if p in memcpy), None)
-        if side is None or name.startswith("BM_Memcpy/"):
-            continue
-        out[("/".join(p for p in parts if p != side).removeprefix("BM_"), side)] = value / memcpy[side]
-    return out
+    _, rows = measure(binary, pattern, repetitions, min_time)
+    return {key: value / base for key, (value, base) in rows.items()}
 
 
 def main():
