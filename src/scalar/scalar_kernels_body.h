@@ -8,6 +8,7 @@
 
 #include "core/blocks.h"
 #include "core/element_types.h"
+#include "core/exact_lanes.h"
 #include "core/lanes.h"
 #include "core/truncate.h"
 #include "scalar/add_subtract.h"
@@ -174,11 +175,47 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     }
 }
 
+// Op's exact value over vector lanes (core/exact_lanes.h): x + a, x * a, x / a, or 1 / x.
+template <class Op> struct LanesOf;
+template <> struct LanesOf<AddOp> : SumLanes {};
+template <> struct LanesOf<MulOp> : ProductLanes {};
+template <> struct LanesOf<DivOp> : QuotientLanes {};
+template <> struct LanesOf<ReciprocalOp> {
+    QM_INLINE static VD ToOdd(VD x, VD) noexcept { return QuotientLanes::ToOdd(SplatVD(1.0), x); }
+    QM_INLINE static VD TowardZero(VD x, VD) noexcept { return QuotientLanes::TowardZero(SplatVD(1.0), x); }
+};
+
+// Whether vector lanes serve an evaluation into D: float stores, and truncations of values within
+// (-2^30, 2^30). Integers beyond them and scaled operands go one element at a time.
+template <Eval kEval, class D> inline constexpr bool kExactInLanes = kEval == Eval::Exact32 ||
+                                                                     (kEval == Eval::Exact && std::is_same_v<D, float>);
+
 // An exact evaluation of Op over a block, each result stored into D.
 template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
+    size_t i = 0;
+    if constexpr (kExactInLanes<kEval, D>) {
+        const VD va = SplatVD(a);
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD x = LoadVD(v + i);
+            VD r;
+            if constexpr (std::is_same_v<D, float>) {
+                r = LanesOf<Op>::ToOdd(x, va);
+            } else {
+                r = LanesOf<Op>::TowardZero(x, va);
+            }
+            if constexpr (Op::kZeroGuard) {  // 1 / 0 and 1 / NaN store 0
+                const auto computed = (x != 0.0) & (x == x);
+                r = computed ? r : 0.0;
+            }
+            if constexpr (std::is_same_v<D, float>)
+                StoreFloat(dst + i * sizeof(D), r);
+            else
+                StoreInt<D>(dst + i * sizeof(D), TruncateToInt32(r));
+        }
+    }
     alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
-    for (size_t i = 0; i < n; ++i) out[i] = ApplyExact<Op, kEval, D, kFma>(v[i], a);
-    std::memcpy(dst, out, n * sizeof(D));
+    for (size_t k = i; k < n; ++k) out[k - i] = ApplyExact<Op, kEval, D, kFma>(v[k], a);
+    std::memcpy(dst + i * sizeof(D), out, (n - i) * sizeof(D));
 }
 
 // The exact evaluation of Op into each element type, for the tables.
