@@ -37,19 +37,20 @@ Status RunArithmetic(int32_t op, const QmdDataStruct* dstImage, int32_t ta, cons
     alignas(64) unsigned char scratch[blocks::kBlock * sizeof(double)];
     alignas(64) double va[blocks::kBlock];
     alignas(64) int32_t wa[blocks::kBlock], wb[blocks::kBlock];
-    // Operands of one integer type divide into a narrow destination (I32 ones into I32) without the
-    // blocks of entries.
-    const arith::DirectDivideFn directDivide = op == arith::kDivide && ta == tb ? k.directDivide[ta][td] : nullptr;
+    // Operands of one type go from the operands to the destination in one pass where a direct kernel
+    // serves the operation and the destination (arith_kernels_body.h); the others go through blocks
+    // of entries or doubles.
+    const arith::DirectFn direct = ta == tb ? k.direct[op][ta][td] : nullptr;
     bool zero = false;
     for (size_t i0 = 0; i0 < n; i0 += block) {
         const size_t m = std::min(block, n - i0);
         unsigned char* d = stream ? scratch : dst + i0 * ds;
-        if (real) {
+        if (direct != nullptr) {
+            zero |= direct(a + i0 * as, b + i0 * bs, m, d);
+        } else if (real) {
             io.load[ta](a + i0 * as, m, va);
             zero |= k.real[op][tb](va, b + i0 * bs, m);
             io.store[td](va, m, d);
-        } else if (directDivide != nullptr) {
-            zero |= directDivide(a + i0 * as, b + i0 * bs, m, d);
         } else if (op == arith::kDivide) {
             io.entry[ta](a + i0 * as, m, wa);
             io.entry[tb](b + i0 * bs, m, wb);

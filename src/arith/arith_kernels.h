@@ -17,16 +17,15 @@ using IntegerFn = void (*)(int32_t* a, const unsigned char* b, size_t n) noexcep
 using RealFn = bool (*)(double* a, const unsigned char* b, size_t n) noexcept;
 // The quotients of n entries, reduced to the destination type, stored; true for a zero divisor.
 using DivideFn = bool (*)(const int32_t* a, const int32_t* b, size_t n, unsigned char* dst) noexcept;
-// Both operands of one integer type (8- or 16-bit destinations), or both I32 (an I32 destination),
-// in one pass from the operands to the destination: the quotients of IntegerQuotient; true for a
-// zero divisor.
-using DirectDivideFn = bool (*)(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept;
+// Both operands of one type, in one pass from the operands to the destination; true for a zero
+// divisor.
+using DirectFn = bool (*)(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept;
 
 struct Kernels {
-    IntegerFn integer[5][9];            // [process code 1, 2, 4][operand 2 type code (U32 read as I32)]
-    RealFn real[5][9];                  // [process code 1 to 4][operand 2 type code]
-    DivideFn divide[9];                 // by integer destination type code
-    DirectDivideFn directDivide[9][9];  // [operand type code (U32 read as I32)][destination]; null elsewhere
+    IntegerFn integer[5][9];   // [process code 1, 2, 4][operand 2 type code (U32 read as I32)]
+    RealFn real[5][9];         // [process code 1 to 4][operand 2 type code]
+    DivideFn divide[9];        // by integer destination type code
+    DirectFn direct[5][9][9];  // [process code][operand type code (U32 read as I32)][destination]; null elsewhere
 };
 
 QM_FAMILY_TABLES(Kernels);

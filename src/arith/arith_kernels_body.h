@@ -128,11 +128,96 @@ bool WordDivide(const unsigned char* a, const unsigned char* b, size_t n, unsign
     return zero;
 }
 
-template <class S> constexpr void SetNarrowDivide(Kernels& k, int32_t type) noexcept {
-    k.directDivide[type][kI8] = &NarrowDivide<S, int8_t>;
-    k.directDivide[type][kI16] = &NarrowDivide<S, int16_t>;
-    k.directDivide[type][kU8] = &NarrowDivide<S, uint8_t>;
-    k.directDivide[type][kU16] = &NarrowDivide<S, uint16_t>;
+// Both operands of one type S, in one pass from the operands to the destination D, for the sums,
+// differences and products of integer operands into integer destinations (wrapping, in 16-bit
+// lanes where S and D have at most 16 bits, whose low bits are those of the 32-bit result) and for
+// all four operations into float destinations (in double, rounded once by the store).
+template <class Rule, class S, class D>
+bool DirectBlock(const unsigned char* a, const unsigned char* b, size_t n, unsigned char* dst) noexcept {
+    size_t i = 0;
+    if constexpr (std::is_floating_point_v<D>) {
+        constexpr bool kDivide = std::is_same_v<Rule, DivideRule>;
+        decltype(VD{} < VD{}) kept = VD{} == VD{};
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD x = LoadDouble<S>(a + i * sizeof(S)), y = LoadDouble<S>(b + i * sizeof(S));
+            VD r;
+            if constexpr (kDivide) {
+                decltype(kept) nonzero;
+                r = RealQuotient(x, y, nonzero);
+                kept &= nonzero;
+            } else {
+                r = Rule::Real(x, y);
+            }
+            if constexpr (std::is_same_v<D, float>)
+                StoreFloat(dst + i * sizeof(D), r);
+            else
+                std::memcpy(dst + i * sizeof(D), &r, sizeof r);
+        }
+        bool zero = !AllOf(kept);
+        for (; i < n; ++i) {
+            const auto x = static_cast<double>(LoadAt<S>(a, i)), y = static_cast<double>(LoadAt<S>(b, i));
+            double r;
+            if constexpr (kDivide) {
+                bool nonzero = false;
+                r = RealQuotient(x, y, nonzero);
+                zero |= !nonzero;
+            } else {
+                r = Rule::Real(x, y);
+            }
+            StoreAt<D>(dst, i, static_cast<D>(r));
+        }
+        return zero;
+    } else {
+        if constexpr (sizeof(S) <= 2 && sizeof(D) <= 2) {
+            for (; i + kHalfLanes <= n; i += kHalfLanes) {
+                const VH x = LoadHalves<S>(a + i * sizeof(S)), y = LoadHalves<S>(b + i * sizeof(S));
+                StoreHalves<D>(dst + i * sizeof(D), std::is_same_v<Rule, AddRule>        ? x + y
+                                                    : std::is_same_v<Rule, SubtractRule> ? x - y
+                                                                                         : x * y);
+            }
+        } else {
+            for (; i + kWide <= n; i += kWide) {
+                const VW x = LoadWide<S>(a + i * sizeof(S)), y = LoadWide<S>(b + i * sizeof(S));
+                StoreWide<D>(dst + i * sizeof(D), std::is_same_v<Rule, AddRule>        ? AddW(x, y)
+                                                  : std::is_same_v<Rule, SubtractRule> ? SubW(x, y)
+                                                                                       : MulW(x, y));
+            }
+        }
+        for (; i < n; ++i)
+            StoreAt<D>(dst, i,
+                       static_cast<D>(Rule::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(a, i))),
+                                                    static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(b, i))))));
+        return false;
+    }
+}
+
+template <class Rule, class S> constexpr void SetDirectRule(DirectFn (&row)[9]) noexcept {
+    row[kF32] = &DirectBlock<Rule, S, float>;
+    row[kF64] = &DirectBlock<Rule, S, double>;
+    if constexpr (std::is_integral_v<S>) {
+        row[kI8] = &DirectBlock<Rule, S, int8_t>;
+        row[kU8] = &DirectBlock<Rule, S, uint8_t>;
+        row[kI16] = &DirectBlock<Rule, S, int16_t>;
+        row[kU16] = &DirectBlock<Rule, S, uint16_t>;
+        row[kI32] = &DirectBlock<Rule, S, int32_t>;
+        row[kU32] = &DirectBlock<Rule, S, uint32_t>;
+    }
+}
+
+// The direct kernels of operand type S: every operation into floats, the wrapping ones into
+// integers (integer S only), the quotients of NarrowDivide into 8- and 16-bit destinations.
+template <class S> constexpr void SetDirect(Kernels& k, int32_t type) noexcept {
+    k.direct[kDivide][type][kF32] = &DirectBlock<DivideRule, S, float>;
+    k.direct[kDivide][type][kF64] = &DirectBlock<DivideRule, S, double>;
+    SetDirectRule<AddRule, S>(k.direct[kAdd][type]);
+    SetDirectRule<SubtractRule, S>(k.direct[kSubtract][type]);
+    SetDirectRule<MultiplyRule, S>(k.direct[kMultiply][type]);
+    if constexpr (std::is_integral_v<S>) {
+        k.direct[kDivide][type][kI8] = &NarrowDivide<S, int8_t>;
+        k.direct[kDivide][type][kI16] = &NarrowDivide<S, int16_t>;
+        k.direct[kDivide][type][kU8] = &NarrowDivide<S, uint8_t>;
+        k.direct[kDivide][type][kU16] = &NarrowDivide<S, uint16_t>;
+    }
 }
 
 template <class B> constexpr void SetOperand(Kernels& k, int32_t type) noexcept {
@@ -161,12 +246,14 @@ constexpr Kernels MakeKernels() noexcept {
     k.divide[kU8] = &DivideBlock<uint8_t>;
     k.divide[kU16] = &DivideBlock<uint16_t>;
     k.divide[kU32] = &DivideBlock<uint32_t>;
-    SetNarrowDivide<int8_t>(k, kI8);
-    SetNarrowDivide<int16_t>(k, kI16);
-    SetNarrowDivide<int32_t>(k, kI32);
-    SetNarrowDivide<uint8_t>(k, kU8);
-    SetNarrowDivide<uint16_t>(k, kU16);
-    k.directDivide[kI32][kI32] = &WordDivide;
+    SetDirect<int8_t>(k, kI8);
+    SetDirect<int16_t>(k, kI16);
+    SetDirect<int32_t>(k, kI32);
+    SetDirect<float>(k, kF32);
+    SetDirect<double>(k, kF64);
+    SetDirect<uint8_t>(k, kU8);
+    SetDirect<uint16_t>(k, kU16);
+    k.direct[kDivide][kI32][kI32] = &WordDivide;
     return k;
 }
 

@@ -33,6 +33,9 @@ struct MultiplyRule {
     template <class V> QM_INLINE static V Real(V a, V b) noexcept { return a * b; }
 };
 
+// Division: into floats by RealQuotient, into integers by IntegerQuotient.
+struct DivideRule {};
+
 // Division into a float destination: a divisor equal to 0 or not a number gives the element 0
 // (and the call reports it); otherwise the double quotient. `vanished` is true where that held.
 template <class V> QM_INLINE V RealQuotient(V a, V b, decltype(b < b)& kept) noexcept {

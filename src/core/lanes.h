@@ -442,4 +442,36 @@ QM_INLINE VW MulW(VW a, VW b) noexcept {
 #endif
 }
 
+// 16-bit lanes (twice as many as int32 ones), for 8- and 16-bit elements whose wrapping 32-bit sums,
+// differences and products keep only their low 16 bits or fewer.
+typedef uint16_t VH __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef int16_t VHs __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef uint8_t VB __attribute__((vector_size(QM_VECTOR_BYTES / 2)));
+typedef int8_t VBs __attribute__((vector_size(QM_VECTOR_BYTES / 2)));
+inline constexpr size_t kHalfLanes = QM_VECTOR_BYTES / 2;
+
+template <class S> QM_INLINE VH LoadHalves(const unsigned char* p) noexcept {
+    if constexpr (sizeof(S) == 2) {
+        VH v;
+        std::memcpy(&v, p, sizeof v);
+        return v;
+    } else if constexpr (std::is_signed_v<S>) {
+        VBs b;
+        std::memcpy(&b, p, sizeof b);
+        return reinterpret_cast<VH>(__builtin_convertvector(b, VHs));
+    } else {
+        VB b;
+        std::memcpy(&b, p, sizeof b);
+        return __builtin_convertvector(b, VH);
+    }
+}
+template <class D> QM_INLINE void StoreHalves(unsigned char* p, VH v) noexcept {
+    if constexpr (sizeof(D) == 2) {
+        std::memcpy(p, &v, sizeof v);
+    } else {
+        const VB b = __builtin_convertvector(v, VB);
+        std::memcpy(p, &b, sizeof b);
+    }
+}
+
 }  // namespace qm::QM_ISA_NS
