@@ -81,6 +81,21 @@ struct QuotientLanes {
         const __m512d q = _mm512_div_round_pd(M(x), M(d), kTowardZero);
         return SetOdd(q, NonZero(_mm512_fnmadd_pd(q, M(d), M(x))));  // x - q d, exactly
     }
+    // A double whose truncation is that of x / a, for an integer x, a constant a with r = 1 / a
+    // rounded to nearest, and |x / a| < 2^30, by multiplies instead of a division. x r lies within
+    // |x / a| 2^-51 < 2^-21 of x / a, so the integer k nearest it is within 1 of x / a, and the
+    // remainder d = x - k a, rounded once by the fused multiply-add, keeps its exact sign and
+    // whether it is zero (k a and x are multiples of a's last bit). k + d r then lies on the same
+    // side of k as x / a (d r has the sign of d / a, is not zero with it, and is below 1 in
+    // magnitude), strictly between the same two integers or on k with it; rounded toward zero it
+    // cannot pass an integer, so it truncates as x / a does. Every term stays far from underflow
+    // in the ranges of the callers (|x| <= 2^31, 2^-900 <= |a| <= 2^900).
+    QM_INLINE static VD TruncatableByReciprocal(VD x, VD a, VD r) noexcept {
+        using namespace exact_lanes;
+        const __m512d k = _mm512_roundscale_pd(M(x * r), _MM_FROUND_TO_NEAREST_INT);
+        const __m512d d = _mm512_fnmadd_pd(k, M(a), M(x));
+        return reinterpret_cast<VD>(_mm512_fmadd_round_pd(d, M(r), k, kTowardZero));
+    }
 };
 
 #else
@@ -150,6 +165,7 @@ struct QuotientLanes {
         return exact_lanes::ToOddFrom(q, d < 0.0 ? -r : r);
     }
     QM_INLINE static VD TowardZero(VD x, VD d) noexcept { return ToOdd(x, d); }
+    QM_INLINE static VD TruncatableByReciprocal(VD x, VD a, VD) noexcept { return ToOdd(x, a); }
 };
 
 #endif

@@ -162,15 +162,16 @@ template <Eval kEval, class D> inline constexpr bool kExactInLanes = kEval == Ev
 template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
     size_t i = 0;
     if constexpr (kExactInLanes<kEval, D>) {
-        const VD va = SplatVD(a);
+        const VD va = SplatVD(a), reciprocal = SplatVD(1.0 / a);
         for (; i + kLanes <= n; i += kLanes) {
             const VD x = LoadVD(v + i);
             VD r;
-            if constexpr (std::is_same_v<D, float>) {
+            if constexpr (std::is_same_v<D, float>)
                 r = LanesOf<Op>::ToOdd(x, va);
-            } else {
+            else if constexpr (std::is_same_v<Op, DivOp>)  // Exact32: integer sources, within 2^30
+                r = QuotientLanes::TruncatableByReciprocal(x, va, reciprocal);
+            else
                 r = LanesOf<Op>::TowardZero(x, va);
-            }
             if constexpr (Op::kZeroGuard) {  // 1 / 0 and 1 / NaN store 0
                 const auto computed = (x != 0.0) & (x == x);
                 r = computed ? r : 0.0;
