@@ -128,19 +128,6 @@ QM_INLINE int64_t TruncateExact(const ExactValue& v) noexcept {
     return static_cast<int64_t>(static_cast<uint64_t>(t) + static_cast<uint64_t>(static_cast<int64_t>(c)));
 }
 
-// As TruncateExact, for values known to lie within (-2^30, 2^30).
-QM_INLINE int32_t TruncateExactSmall(const ExactValue& v) noexcept {
-    // Selects between doubles only, so that loops over it vectorise. |lo| < 1/2 here, so only
-    // the sign of what lies below hi counts.
-    const double t = static_cast<double>(static_cast<int32_t>(v.hi));
-    const bool below = (v.lo < 0.0) | ((v.lo == 0.0) & (v.tail < 0.0));
-    const bool above = (v.lo > 0.0) | ((v.lo == 0.0) & (v.tail > 0.0));
-    const double up = v.hi < 0.0 ? (above ? 1.0 : 0.0) : 0.0;
-    double step = v.hi > 0.0 ? (below ? -1.0 : 0.0) : up;
-    step = t == v.hi ? step : 0.0;
-    return static_cast<int32_t>(t + step);
-}
-
 // The store rule applied to an exact value.
 template <class D> QM_INLINE D StoreExact(const ExactValue& v) noexcept {
     if constexpr (std::is_same_v<D, double>) {

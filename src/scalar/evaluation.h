@@ -81,15 +81,14 @@ inline bool Within(double a, double low, double high) noexcept {
 }
 
 // One arithmetic operation (Op of add_subtract.h, multiply.h, divide_reciprocal.h) on a widened
-// element x under an exact evaluation, stored into D. kFma: the unit has fused multiply-add.
+// element x under the Exact or Scaled evaluation, stored into D, one element at a time (the vector
+// lanes of core/exact_lanes.h serve Exact32 and float destinations). kFma: the unit has fused multiply-add.
 template <class Op, Eval kEval, class D, bool kFma> QM_INLINE D ApplyExact(double x, double a) noexcept {
     if constexpr (Op::kZeroGuard) {
         if (x == 0.0 || x != x) return D(0);
     }
     if constexpr (kEval == Eval::Exact) {
         return StoreExact<D>(Op::template Exact<kFma>(x, a));
-    } else if constexpr (kEval == Eval::Exact32) {
-        return static_cast<D>(TruncateExactSmall(Op::template Exact<kFma>(x, a)));  // branch-free
     } else {
         // Zeros, infinities and NaN have no scaled form; their plain result is exact.
         if (!std::isfinite(x) || x == 0.0) return StoreFloat<D>(Op::Plain(x, a));

@@ -89,13 +89,14 @@ template <bool kRoot> constexpr LastFn kLast[9] = {
 
 // What one call runs over each block.
 struct Plan {
-    enum class Path : uint8_t { Double, Integer, Narrow, Exact, Digits, Log10, Last } path = Path::Double;
+    enum class Path : uint8_t { Double, Integer, Narrow, ExactLanes, Exact, Digits, Log10, Last } path = Path::Double;
     scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
     scalar::Constants c{};
     scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci (add 0 to convert)
     uint32_t ci = 0;
-    scalar::NarrowFn narrow = nullptr;  // Narrow: the quotient in singles
-    scalar::ExactFn exact = nullptr;    // Exact: evaluation and store
+    scalar::NarrowFn narrow = nullptr;     // Narrow: the quotient in singles
+    scalar::ExactLanesFn lanes = nullptr;  // ExactLanes: evaluation and store, from the source
+    scalar::ExactFn exact = nullptr;       // Exact: evaluation and store
     Log10Fn log10 = nullptr;
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
@@ -119,11 +120,14 @@ Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval,
         case Eval::Exact:
         case Eval::Exact32:
         case Eval::Scaled:
-            p.path = Plan::Path::Exact;
-            p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Exact     ? 0
-                                                         : eval == Eval::Exact32 ? 1
-                                                                                 : 2][dstType];
             p.c.a = a;
+            if (eval == Eval::Exact32 || (eval == Eval::Exact && dstType == kF32)) {
+                p.path = Plan::Path::ExactLanes;
+                p.lanes = k.lanes[static_cast<int>(exactOp)][srcType][dstType];
+            } else {
+                p.path = Plan::Path::Exact;
+                p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Scaled ? 1 : 0][dstType];
+            }
             break;
     }
     return p;
@@ -220,6 +224,7 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         switch (p.path) {
             case Plan::Path::Integer: p.integer(s, m, d, p.ci); break;
             case Plan::Path::Narrow: p.narrow(s, m, d, p.c.a); break;
+            case Plan::Path::ExactLanes: p.lanes(s, m, p.c.a, d); break;
             case Plan::Path::Exact:
                 io.load[srcType](s, m, v);
                 p.exact(v, m, p.c.a, d);

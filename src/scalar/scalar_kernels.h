@@ -2,7 +2,8 @@
 // The scalar family's kernels of one instruction set: what a call does to each block of elements
 // besides the block stages of core/blocks.h. A block is read into doubles (or, for wrapping
 // integer arithmetic, int32) with the operation's plain form applied on the way, then stored by
-// the store rule; exact evaluations read the doubles and store each result themselves. The engine
+// the store rule; exact evaluations run in vector lanes straight from the source (into floats, and
+// into integers within 2^30), or read the doubles and store each result themselves. The engine
 // (scalar_engine.cpp) chooses the stages once per call; scalar_kernels_body.h holds them, built
 // once for each instruction set.
 #pragma once
@@ -25,7 +26,7 @@ enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count }
 // 505 between integer types: each value's number of decimal digits less one (0 for values below 1)
 // stored straight into the destination; true when some value was not positive.
 using DigitsFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
-// Exact evaluations: operation x {Exact, Exact32, Scaled}.
+// Exact evaluations, by operation.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
 using FormFn = void (*)(const unsigned char* src, size_t n, double* v, Constants c) noexcept;
@@ -36,6 +37,9 @@ using IntFormFn = void (*)(const unsigned char* src, size_t n, unsigned char* ds
 // singles and truncated, straight into the destination (divide_reciprocal.h says when).
 using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
+// Exact evaluations in vector lanes, straight from the source: into F32 (Exact) and into integers
+// within 2^30 (Exact32).
+using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept;
 
 struct Kernels {
     // By source type code (U32 read as I32); the integer ones for integer sources only.
@@ -44,7 +48,8 @@ struct Kernels {
     IntFormFn intAdd[9][9];  // [source][destination], integer types only
     IntFormFn intMul[9][9];
     NarrowFn narrow[2][9][9];  // [divide, reciprocal][source][destination], where they apply
-    ExactFn exact[static_cast<int>(ExactOp::Count)][3][9];  // [operation][Exact, Exact32, Scaled][destination]
+    ExactFn exact[static_cast<int>(ExactOp::Count)][2][9];       // [operation][Exact, Scaled][destination]
+    ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][9];  // [operation][source][destination]
 };
 
 QM_FAMILY_TABLES(Kernels);

@@ -143,6 +143,11 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     }
 }
 
+template <class Op> inline constexpr ExactOp ExactOf = std::is_same_v<Op, AddOp>   ? ExactOp::Add
+                                                       : std::is_same_v<Op, MulOp> ? ExactOp::Mul
+                                                       : std::is_same_v<Op, DivOp> ? ExactOp::Div
+                                                                                   : ExactOp::Reciprocal;
+
 // Op's exact value over vector lanes (core/exact_lanes.h): x + a, x * a, x / a, or 1 / x.
 template <class Op> struct LanesOf;
 template <> struct LanesOf<AddOp> : SumLanes {};
@@ -153,53 +158,72 @@ template <> struct LanesOf<ReciprocalOp> {
     QM_INLINE static VD TowardZero(VD x, VD) noexcept { return QuotientLanes::TowardZero(SplatVD(1.0), x); }
 };
 
-// Whether vector lanes serve an evaluation into D: float stores, and truncations of values within
-// (-2^30, 2^30). Integers beyond them and scaled operands go one element at a time.
-template <Eval kEval, class D> inline constexpr bool kExactInLanes = kEval == Eval::Exact32 ||
-                                                                     (kEval == Eval::Exact && std::is_same_v<D, float>);
-
-// An exact evaluation of Op over a block, each result stored into D.
-template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
-    size_t i = 0;
-    if constexpr (kExactInLanes<kEval, D>) {
-        const VD va = SplatVD(a), reciprocal = SplatVD(1.0 / a);
-        for (; i + kLanes <= n; i += kLanes) {
-            const VD x = LoadVD(v + i);
-            VD r;
-            if constexpr (std::is_same_v<D, float>)
-                r = LanesOf<Op>::ToOdd(x, va);
-            else if constexpr (std::is_same_v<Op, DivOp>)  // Exact32: integer sources, within 2^30
-                r = QuotientLanes::TruncatableByReciprocal(x, va, reciprocal);
-            else
-                r = LanesOf<Op>::TowardZero(x, va);
-            if constexpr (Op::kZeroGuard) {  // 1 / 0 and 1 / NaN store 0
-                const auto computed = (x != 0.0) & (x == x);
-                r = computed ? r : 0.0;
-            }
-            if constexpr (std::is_same_v<D, float>)
-                StoreFloat(dst + i * sizeof(D), r);
-            else
-                StoreInt<D>(dst + i * sizeof(D), TruncateToInt32(r));
+// An exact evaluation of Op in vector lanes, straight from n elements of S into D: every float
+// store, and truncations of values within (-2^30, 2^30) (whose low bits D keeps; the signedness of
+// D does not change them). The last partial vector runs in the same lanes through copies.
+template <class Op, class S, class D>
+void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept {
+    const VD va = SplatVD(a), reciprocal = SplatVD(1.0 / a);
+    const auto lanes = [&](const unsigned char* s, unsigned char* d) {
+        const VD x = LoadDouble<S>(s);
+        VD r;
+        if constexpr (std::is_same_v<D, float>)
+            r = LanesOf<Op>::ToOdd(x, va);
+        else if constexpr (std::is_same_v<Op, DivOp>)  // integer sources, quotients within 2^30
+            r = QuotientLanes::TruncatableByReciprocal(x, va, reciprocal);
+        else
+            r = LanesOf<Op>::TowardZero(x, va);
+        if constexpr (Op::kZeroGuard) {  // 1 / 0 and 1 / NaN store 0
+            const auto computed = (x != 0.0) & (x == x);
+            r = computed ? r : 0.0;
         }
+        if constexpr (std::is_same_v<D, float>)
+            StoreFloat(d, r);
+        else
+            StoreInt<D>(d, TruncateToInt32(r));
+    };
+    size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) lanes(src + i * sizeof(S), dst + i * sizeof(D));
+    if (i < n) {
+        alignas(64) unsigned char in[kLanes * sizeof(S)] = {}, out[kLanes * sizeof(D)];
+        std::memcpy(in, src + i * sizeof(S), (n - i) * sizeof(S));
+        lanes(in, out);
+        std::memcpy(dst + i * sizeof(D), out, (n - i) * sizeof(D));
     }
-    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
-    for (size_t k = i; k < n; ++k) out[k - i] = ApplyExact<Op, kEval, D, kFma>(v[k], a);
-    std::memcpy(dst + i * sizeof(D), out, (n - i) * sizeof(D));
 }
 
-// The exact evaluation of Op into each element type, for the tables.
-template <class Op, int32_t... Code>
-constexpr void FillExact(ExactFn (&row)[3][9], std::integer_sequence<int32_t, Code...>) noexcept {
-    ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
-    ((row[1][Code] =
-          std::is_integral_v<Element<Code>>
-              ? &Exact<Op, Eval::Exact32, std::conditional_t<std::is_integral_v<Element<Code>>, Element<Code>, int32_t>>
-              : nullptr),
-     ...);
-    ((row[2][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
+// An exact evaluation of Op element by element, over a block read into doubles: integer
+// destinations beyond 2^30 (Exact) and double sources scaled first (Scaled).
+template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
+    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
+    for (size_t i = 0; i < n; ++i) out[i] = ApplyExact<Op, kEval, D, kFma>(v[i], a);
+    std::memcpy(dst, out, n * sizeof(D));
 }
-template <class Op> constexpr void FillExact(ExactFn (&row)[3][9]) noexcept {
-    FillExact<Op>(row, std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
+
+// The exact evaluations of Op from source S, for the tables: in lanes into floats and integers,
+// element by element into every type.
+template <class Op, class S> constexpr void SetExactLanes(ExactLanesFn (&row)[9]) noexcept {
+    row[kF32] = &ExactInLanes<Op, S, float>;
+    row[kI8] = row[kU8] = &ExactInLanes<Op, S, uint8_t>;
+    row[kI16] = row[kU16] = &ExactInLanes<Op, S, uint16_t>;
+    row[kI32] = row[kU32] = &ExactInLanes<Op, S, uint32_t>;
+}
+template <class Op, int32_t... Code>
+constexpr void FillExact(ExactFn (&row)[2][9], std::integer_sequence<int32_t, Code...>) noexcept {
+    ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
+    ((row[1][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
+}
+template <class Op> constexpr void SetExact(Kernels& k) noexcept {
+    const int op = static_cast<int>(ExactOf<Op>);
+    FillExact<Op>(k.exact[op], std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
+    SetExactLanes<Op, int8_t>(k.lanes[op][kI8]);
+    SetExactLanes<Op, int16_t>(k.lanes[op][kI16]);
+    SetExactLanes<Op, int32_t>(k.lanes[op][kI32]);
+    SetExactLanes<Op, float>(k.lanes[op][kF32]);
+    SetExactLanes<Op, double>(k.lanes[op][kF64]);
+    SetExactLanes<Op, uint8_t>(k.lanes[op][kU8]);
+    SetExactLanes<Op, uint16_t>(k.lanes[op][kU16]);
+    SetExactLanes<Op, int32_t>(k.lanes[op][kU32]);  // U32 sources are read as I32
 }
 
 constexpr Kernels MakeKernels() noexcept {
@@ -212,10 +236,10 @@ constexpr Kernels MakeKernels() noexcept {
     SetForms<uint8_t>(k, kU8);
     SetForms<uint16_t>(k, kU16);
     SetForms<int32_t>(k, kU32);  // U32 sources are read as I32
-    FillExact<AddOp>(k.exact[static_cast<int>(ExactOp::Add)]);
-    FillExact<MulOp>(k.exact[static_cast<int>(ExactOp::Mul)]);
-    FillExact<DivOp>(k.exact[static_cast<int>(ExactOp::Div)]);
-    FillExact<ReciprocalOp>(k.exact[static_cast<int>(ExactOp::Reciprocal)]);
+    SetExact<AddOp>(k);
+    SetExact<MulOp>(k);
+    SetExact<DivOp>(k);
+    SetExact<ReciprocalOp>(k);
     return k;
 }
 
