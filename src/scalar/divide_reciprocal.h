@@ -59,13 +59,18 @@ inline Eval ChooseReciprocal(Kind src, Kind dst) noexcept {
     return Eval::Scaled;
 }
 
-// Division in singles, for 8- and 16-bit integer sources into integer destinations (the truncated
-// quotient is all they keep): x (|x| <= 2^16) and an integral |a| < 2^24 are exact singles; a
-// quotient of integers is either exact in single or lies at least 1/|a| from every integer,
-// farther than its rounding to single (at most |x / a| x 2^-24 < 1/|a|) can move it, so the
-// truncation of the single quotient is that of the exact one. 1 / x is the same with 1 over x.
+// Division in singles, for 8- and 16-bit integer sources (every element is a single):
+// - into integer destinations, by an integral |a| < 2^24 (a single too): a quotient of integers is
+//   either exact in single or lies at least 1/|a| from every integer, farther than its rounding to
+//   single (at most |x / a| x 2^-24 < 1/|a|) can move it, so the truncation of the single quotient
+//   is that of the exact one;
+// - into F32, by a finite a that is a single: the single division rounds the exact quotient once,
+//   to nearest, which is the store rule itself.
+// 1 / x is the same with 1 over x.
 inline bool DividesInSingles(Kind src, Kind dst, double a) noexcept {
-    return src.integer && src.bits <= 16 && dst.integer && IsIntegral(a) && std::fabs(a) < 0x1p24;
+    if (!src.integer || src.bits > 16) return false;
+    if (dst.f32) return std::fabs(a) <= 0x1.fffffep127 && static_cast<double>(static_cast<float>(a)) == a;
+    return dst.integer && IsIntegral(a) && std::fabs(a) < 0x1p24;
 }
 inline bool ReciprocalInSingles(Kind src, Kind dst) noexcept { return DividesInSingles(src, dst, 1.0); }
 

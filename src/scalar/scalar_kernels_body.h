@@ -90,27 +90,34 @@ void IntegerForm(const unsigned char* src, size_t n, unsigned char* dst, uint32_
                    static_cast<D>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c)));
 }
 
-// x / a or 1 / x in singles, truncated, kWide elements at a time.
+// x / a or 1 / x in singles, kWide elements at a time: truncated into integers, stored as they are
+// into F32.
 template <class S, class D, bool kReciprocal>
 void NarrowQuotient(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept {
     const auto divisor = static_cast<float>(a);
     size_t i = 0;
     for (; i + kWide <= n; i += kWide) {
         const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
-        VS q;
+        VF q;
         if constexpr (kReciprocal) {
             const VS vanishes = x == 0;
-            q = __builtin_convertvector(VF{} + 1.0f / __builtin_convertvector(vanishes ? 1 : x, VF), VS);
-            q = vanishes ? 0 : q;
+            q = VF{} + 1.0f / __builtin_convertvector(vanishes ? 1 : x, VF);
+            q = vanishes ? 0.0f : q;
         } else {
-            q = __builtin_convertvector(__builtin_convertvector(x, VF) / divisor, VS);
+            q = __builtin_convertvector(x, VF) / divisor;
         }
-        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(q));
+        if constexpr (std::is_same_v<D, float>)
+            std::memcpy(dst + i * sizeof(D), &q, sizeof q);
+        else
+            StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(__builtin_convertvector(q, VS)));
     }
     for (; i < n; ++i) {
         const auto x = static_cast<float>(LoadAt<S>(src, i));
         const float q = kReciprocal ? (x == 0.0f ? 0.0f : 1.0f / x) : x / divisor;
-        StoreAt<D>(dst, i, static_cast<D>(static_cast<int32_t>(q)));
+        if constexpr (std::is_same_v<D, float>)
+            StoreAt<float>(dst, i, q);
+        else
+            StoreAt<D>(dst, i, static_cast<D>(static_cast<int32_t>(q)));
     }
 }
 
@@ -140,6 +147,10 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
         SetIntegerPair<S, uint16_t>(k, type, kU16);
         SetIntegerPair<S, uint32_t>(k, type, kI32);
         SetIntegerPair<S, uint32_t>(k, type, kU32);
+    }
+    if constexpr (std::is_integral_v<S> && sizeof(S) <= 2) {
+        k.narrow[0][type][kF32] = &NarrowQuotient<S, float, false>;
+        k.narrow[1][type][kF32] = &NarrowQuotient<S, float, true>;
     }
 }
 
