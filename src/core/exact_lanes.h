@@ -81,15 +81,16 @@ struct QuotientLanes {
         const __m512d q = _mm512_div_round_pd(M(x), M(d), kTowardZero);
         return SetOdd(q, NonZero(_mm512_fnmadd_pd(q, M(d), M(x))));  // x - q d, exactly
     }
-    // A double whose truncation is that of x / a, for an integer x, a constant a with r = 1 / a
-    // rounded to nearest, and |x / a| < 2^30, by multiplies instead of a division. x r lies within
-    // |x / a| 2^-51 < 2^-21 of x / a, so the integer k nearest it is within 1 of x / a, and the
-    // remainder d = x - k a, rounded once by the fused multiply-add, keeps its exact sign and
-    // whether it is zero (k a and x are multiples of a's last bit). k + d r then lies on the same
-    // side of k as x / a (d r has the sign of d / a, is not zero with it, and is below 1 in
-    // magnitude), strictly between the same two integers or on k with it; rounded toward zero it
-    // cannot pass an integer, so it truncates as x / a does. Every term stays far from underflow
-    // in the ranges of the callers (|x| <= 2^31, 2^-900 <= |a| <= 2^900).
+    // A double whose truncation is that of x / a, for a constant a with r = 1 / a rounded to
+    // nearest and |x / a| < 2^51, by multiplies instead of a division (larger quotients give
+    // values beyond 2^50, and infinities or NaN give NaN). x r lies within |x / a| 2^-52 (1 + 2^-52)
+    // < 1/2 of x / a, so the integer k nearest it is within 1 of x / a, and the remainder
+    // d = x - k a, rounded once by the fused multiply-add, keeps its exact sign and whether it is
+    // zero. k + d r then lies on the same side of k as x / a (d r has the sign of d / a, and is
+    // below 1 in magnitude), strictly between the same two integers or on k with it; rounded
+    // toward zero it cannot pass an integer, so it truncates as x / a does. d r does not underflow
+    // where it counts: with k not 0, x is within a factor 2 of k a, and a non-zero d is a multiple
+    // of the last bit of x or of k a, at least |a| 2^-54.
     QM_INLINE static VD TruncatableByReciprocal(VD x, VD a, VD r) noexcept {
         using namespace exact_lanes;
         const __m512d k = _mm512_roundscale_pd(M(x * r), _MM_FROUND_TO_NEAREST_INT);

@@ -81,8 +81,9 @@ inline bool Within(double a, double low, double high) noexcept {
 }
 
 // One arithmetic operation (Op of add_subtract.h, multiply.h, divide_reciprocal.h) on a widened
-// element x under the Exact or Scaled evaluation, stored into D, one element at a time (the vector
-// lanes of core/exact_lanes.h serve Exact32 and float destinations). kFma: the unit has fused multiply-add.
+// element x under the Exact or Scaled evaluation, stored into D, one element at a time: Scaled
+// always, Exact for the vectors whose integer results the lanes of core/exact_lanes.h cannot hold. kFma: the unit has
+// fused multiply-add.
 template <class Op, Eval kEval, class D, bool kFma> QM_INLINE D ApplyExact(double x, double a) noexcept {
     if constexpr (Op::kZeroGuard) {
         if (x == 0.0 || x != x) return D(0);

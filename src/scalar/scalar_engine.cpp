@@ -89,14 +89,14 @@ template <bool kRoot> constexpr LastFn kLast[9] = {
 
 // What one call runs over each block.
 struct Plan {
-    enum class Path : uint8_t { Double, Integer, Narrow, ExactLanes, Exact, Digits, Log10, Last } path = Path::Double;
+    enum class Path : uint8_t { Double, Integer, Narrow, ExactLanes, Scaled, Digits, Log10, Last } path = Path::Double;
     scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
     scalar::Constants c{};
     scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci (add 0 to convert)
     uint32_t ci = 0;
     scalar::NarrowFn narrow = nullptr;     // Narrow: the quotient in singles
     scalar::ExactLanesFn lanes = nullptr;  // ExactLanes: evaluation and store, from the source
-    scalar::ExactFn exact = nullptr;       // Exact: evaluation and store
+    scalar::ExactFn scaled = nullptr;      // Scaled: evaluation and store
     Log10Fn log10 = nullptr;
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
@@ -121,12 +121,12 @@ Plan Arithmetic(const scalar::Kernels& k, Form form, ExactOp exactOp, Eval eval,
         case Eval::Exact32:
         case Eval::Scaled:
             p.c.a = a;
-            if (eval == Eval::Exact32 || (eval == Eval::Exact && dstType == kF32)) {
-                p.path = Plan::Path::ExactLanes;
-                p.lanes = k.lanes[static_cast<int>(exactOp)][srcType][dstType];
+            if (eval == Eval::Scaled) {
+                p.path = Plan::Path::Scaled;
+                p.scaled = k.scaled[static_cast<int>(exactOp)][dstType];
             } else {
-                p.path = Plan::Path::Exact;
-                p.exact = k.exact[static_cast<int>(exactOp)][eval == Eval::Scaled ? 1 : 0][dstType];
+                p.path = Plan::Path::ExactLanes;
+                p.lanes = k.lanes[static_cast<int>(exactOp)][srcType][eval == Eval::Exact32 ? 1 : 0][dstType];
             }
             break;
     }
@@ -225,9 +225,9 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
             case Plan::Path::Integer: p.integer(s, m, d, p.ci); break;
             case Plan::Path::Narrow: p.narrow(s, m, d, p.c.a); break;
             case Plan::Path::ExactLanes: p.lanes(s, m, p.c.a, d); break;
-            case Plan::Path::Exact:
+            case Plan::Path::Scaled:
                 io.load[srcType](s, m, v);
-                p.exact(v, m, p.c.a, d);
+                p.scaled(v, m, p.c.a, d);
                 break;
             case Plan::Path::Digits: failed |= k.digits[srcType][dstType](s, m, d); break;
             case Plan::Path::Log10:

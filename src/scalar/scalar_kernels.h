@@ -26,7 +26,7 @@ enum class Form : uint8_t { Add, Mul, Div, Reciprocal, Clip, Band, Zero, Count }
 // 505 between integer types: each value's number of decimal digits less one (0 for values below 1)
 // stored straight into the destination; true when some value was not positive.
 using DigitsFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
-// Exact evaluations, by operation.
+// Exact evaluations, by operation; Scaled ones over a block of doubles.
 enum class ExactOp : uint8_t { Add, Mul, Div, Reciprocal, Count };
 
 using FormFn = void (*)(const unsigned char* src, size_t n, double* v, Constants c) noexcept;
@@ -37,8 +37,7 @@ using IntFormFn = void (*)(const unsigned char* src, size_t n, unsigned char* ds
 // singles and truncated, straight into the destination (divide_reciprocal.h says when).
 using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
-// Exact evaluations in vector lanes, straight from the source: into F32 (Exact) and into integers
-// within 2^30 (Exact32).
+// Exact and Exact32 evaluations in vector lanes, straight from the source, into F32 and integers.
 using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept;
 
 struct Kernels {
@@ -47,9 +46,9 @@ struct Kernels {
     DigitsFn digits[9][9];   // [source][destination], integer types only
     IntFormFn intAdd[9][9];  // [source][destination], integer types only
     IntFormFn intMul[9][9];
-    NarrowFn narrow[2][9][9];  // [divide, reciprocal][source][destination], where they apply
-    ExactFn exact[static_cast<int>(ExactOp::Count)][2][9];       // [operation][Exact, Scaled][destination]
-    ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][9];  // [operation][source][destination]
+    NarrowFn narrow[2][9][9];                             // [divide, reciprocal][source][destination], where they apply
+    ExactFn scaled[static_cast<int>(ExactOp::Count)][9];  // [operation][destination]
+    ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][2][9];  // [operation][source][Exact, Exact32][destination]
 };
 
 QM_FAMILY_TABLES(Kernels);

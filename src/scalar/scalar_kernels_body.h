@@ -169,10 +169,22 @@ template <> struct LanesOf<ReciprocalOp> {
     QM_INLINE static VD TowardZero(VD x, VD) noexcept { return QuotientLanes::TowardZero(SplatVD(1.0), x); }
 };
 
-// An exact evaluation of Op in vector lanes, straight from n elements of S into D: every float
-// store, and truncations of values within (-2^30, 2^30) (whose low bits D keeps; the signedness of
-// D does not change them). The last partial vector runs in the same lanes through copies.
-template <class Op, class S, class D>
+// An exact evaluation of Op element by element, over n doubles: double sources scaled first
+// (Scaled), and the vectors whose integer results reach beyond 2^31 (Exact).
+template <class Op, Eval kEval, class D>
+[[gnu::noinline]] void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
+    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
+    for (size_t i = 0; i < n; ++i) out[i] = ApplyExact<Op, kEval, D, kFma>(v[i], a);
+    std::memcpy(dst, out, n * sizeof(D));
+}
+
+// An exact evaluation of Op in vector lanes, straight from n elements of S into D (for integers,
+// the unsigned type of D's width: the low bits are the same). Integer results go through int32
+// lanes; under Exact, whose results may reach beyond them, each vector is checked and goes
+// element by element where it does not fit (under Exact32 every result lies within 2^30, and the
+// check, which costs as much as the evaluation, is left out). The last partial vector runs in the
+// same lanes through copies.
+template <class Op, Eval kEval, class S, class D>
 void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept {
     const VD va = SplatVD(a), reciprocal = SplatVD(1.0 / a);
     const auto lanes = [&](const unsigned char* s, unsigned char* d) {
@@ -180,7 +192,7 @@ void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* d
         VD r;
         if constexpr (std::is_same_v<D, float>)
             r = LanesOf<Op>::ToOdd(x, va);
-        else if constexpr (std::is_same_v<Op, DivOp>)  // integer sources, quotients within 2^30
+        else if constexpr (std::is_same_v<Op, DivOp>)  // multiplies instead of a division
             r = QuotientLanes::TruncatableByReciprocal(x, va, reciprocal);
         else
             r = LanesOf<Op>::TowardZero(x, va);
@@ -188,10 +200,15 @@ void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* d
             const auto computed = (x != 0.0) & (x == x);
             r = computed ? r : 0.0;
         }
-        if constexpr (std::is_same_v<D, float>)
+        if constexpr (std::is_same_v<D, float>) {
             StoreFloat(d, r);
-        else
+        } else if (kEval == Eval::Exact32 || AllWithinInt32(r)) {
             StoreInt<D>(d, TruncateToInt32(r));
+        } else {
+            alignas(64) double xs[kLanes];
+            StoreVD(xs, x);
+            Exact<Op, Eval::Exact, D>(xs, kLanes, a, d);
+        }
     };
     size_t i = 0;
     for (; i + kLanes <= n; i += kLanes) lanes(src + i * sizeof(S), dst + i * sizeof(D));
@@ -203,30 +220,26 @@ void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* d
     }
 }
 
-// An exact evaluation of Op element by element, over a block read into doubles: integer
-// destinations beyond 2^30 (Exact) and double sources scaled first (Scaled).
-template <class Op, Eval kEval, class D> void Exact(const double* v, size_t n, double a, unsigned char* dst) noexcept {
-    alignas(64) D out[blocks::kBlock];  // results gathered first, so the branch-free forms vectorise
-    for (size_t i = 0; i < n; ++i) out[i] = ApplyExact<Op, kEval, D, kFma>(v[i], a);
-    std::memcpy(dst, out, n * sizeof(D));
-}
-
-// The exact evaluations of Op from source S, for the tables: in lanes into floats and integers,
-// element by element into every type.
-template <class Op, class S> constexpr void SetExactLanes(ExactLanesFn (&row)[9]) noexcept {
-    row[kF32] = &ExactInLanes<Op, S, float>;
-    row[kI8] = row[kU8] = &ExactInLanes<Op, S, uint8_t>;
-    row[kI16] = row[kU16] = &ExactInLanes<Op, S, uint16_t>;
-    row[kI32] = row[kU32] = &ExactInLanes<Op, S, uint32_t>;
+// The exact evaluations of Op, for the tables: in lanes from each source into floats and integers,
+// and the scaled one into every type.
+template <class Op, class S> constexpr void SetExactLanes(ExactLanesFn (&row)[2][9]) noexcept {
+    row[0][kF32] = &ExactInLanes<Op, Eval::Exact, S, float>;
+    row[0][kI8] = row[0][kU8] = &ExactInLanes<Op, Eval::Exact, S, uint8_t>;
+    row[0][kI16] = row[0][kU16] = &ExactInLanes<Op, Eval::Exact, S, uint16_t>;
+    row[0][kI32] = row[0][kU32] = &ExactInLanes<Op, Eval::Exact, S, uint32_t>;
+    if constexpr (std::is_integral_v<S>) {
+        row[1][kI8] = row[1][kU8] = &ExactInLanes<Op, Eval::Exact32, S, uint8_t>;
+        row[1][kI16] = row[1][kU16] = &ExactInLanes<Op, Eval::Exact32, S, uint16_t>;
+        row[1][kI32] = row[1][kU32] = &ExactInLanes<Op, Eval::Exact32, S, uint32_t>;
+    }
 }
 template <class Op, int32_t... Code>
-constexpr void FillExact(ExactFn (&row)[2][9], std::integer_sequence<int32_t, Code...>) noexcept {
-    ((row[0][Code] = &Exact<Op, Eval::Exact, Element<Code>>), ...);
-    ((row[1][Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
+constexpr void FillExact(ExactFn (&row)[9], std::integer_sequence<int32_t, Code...>) noexcept {
+    ((row[Code] = &Exact<Op, Eval::Scaled, Element<Code>>), ...);
 }
 template <class Op> constexpr void SetExact(Kernels& k) noexcept {
     const int op = static_cast<int>(ExactOf<Op>);
-    FillExact<Op>(k.exact[op], std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
+    FillExact<Op>(k.scaled[op], std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
     SetExactLanes<Op, int8_t>(k.lanes[op][kI8]);
     SetExactLanes<Op, int16_t>(k.lanes[op][kI16]);
     SetExactLanes<Op, int32_t>(k.lanes[op][kI32]);
