@@ -195,12 +195,10 @@ template <class Rule, class S> constexpr void SetDirectRule(DirectFn (&row)[9]) 
     row[kF32] = &DirectBlock<Rule, S, float>;
     row[kF64] = &DirectBlock<Rule, S, double>;
     if constexpr (std::is_integral_v<S>) {
-        row[kI8] = &DirectBlock<Rule, S, int8_t>;
-        row[kU8] = &DirectBlock<Rule, S, uint8_t>;
-        row[kI16] = &DirectBlock<Rule, S, int16_t>;
-        row[kU16] = &DirectBlock<Rule, S, uint16_t>;
-        row[kI32] = &DirectBlock<Rule, S, int32_t>;
-        row[kU32] = &DirectBlock<Rule, S, uint32_t>;
+        // Wrapping results keep the same low bits whatever the destination's signedness.
+        row[kI8] = row[kU8] = &DirectBlock<Rule, S, uint8_t>;
+        row[kI16] = row[kU16] = &DirectBlock<Rule, S, uint16_t>;
+        row[kI32] = row[kU32] = &DirectBlock<Rule, S, uint32_t>;
     }
 }
 
