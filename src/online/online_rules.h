@@ -91,19 +91,19 @@ QM_INLINE D WideFlatResult(double base, float flat, double a, double b) noexcept
 // source), or after it (a dark-subtracted one).
 enum class LogOrder : uint8_t { NoFlat, FlatFirst, GainFirst };
 
-template <LogOrder Ord, class D, bool kAccumulate>
-void LogBlock(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept {
-    for (size_t i = 0; i < n; ++i) {
-        const long double v = base[i], g = gain[i];
-        long double x;
-        if constexpr (Ord == LogOrder::NoFlat)
-            x = v * g;
-        else if constexpr (Ord == LogOrder::FlatFirst)
-            x = v * static_cast<long double>(flat[i]) * g;
-        else
-            x = v * g * static_cast<long double>(flat[i]);
-        Put<D, kAccumulate>(out, i, StoreFloat<D>(Log10Extended(x)));
-    }
+// The logarithm's argument of pixel i, in extended precision: the base value (at most 33 bits)
+// times the flat factor and the gain in the order given, so that only the second product rounds
+// (to 64 bits) and without a flat factor none does.
+template <LogOrder Ord>
+QM_INLINE long double LogArgument(double base, const float* flat, const float* gain, size_t i) noexcept {
+    const long double v = base, g = gain[i];
+    if constexpr (Ord == LogOrder::NoFlat)
+        return v * g;
+    else if constexpr (Ord == LogOrder::FlatFirst)
+        return v * static_cast<long double>(flat[i]) * g;
+    else
+        return v * g * static_cast<long double>(flat[i]);
 }
+inline constexpr int kLogOrders = 3;
 
 }  // namespace qm::online

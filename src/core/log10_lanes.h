@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+// The decimal logarithm over vector lanes of doubles, its error bound, and the rule that decides
+// from the bound which lanes' stored results are certain. Include in a kernel unit, after
+// core/lanes.h.
+//
+// Rule. Every stored logarithm must be the element that the extended logarithm (core/log10.h,
+// Log10Extended) rounds or truncates to. The lanes give y, a double within a proven distance of
+// log10(x); when every value within that distance stores the same element (the same single, the
+// same truncation), so does Log10Extended(x), and y is stored. Lanes the bound cannot settle, and
+// arguments that are not positive normal doubles, go to Log10Extended one by one. A double
+// destination needs more digits than a double holds, so every lane of it goes that way.
+//
+// Evaluation. x = 2^e m with m in [c, 2c), c = sqrt(2)/2 rounded to double, taken from the bits.
+// Then log10(x) = e log10(2) + A atanh(s), with A = 2 log10(e), s = (m - 1) / (m + 1) and
+// |s| <= 0.17158, s^2 <= 0.029440. atanh(s) = s + s^3/3 + ... is summed to s^15/15.
+//
+// Bound. With u = 2^-53:
+//   - m - 1 is exact (m lies within a factor 2 of 1); m + 1 and the quotient round once each, so
+//     s carries a relative error <= 2.0001u, s^2 <= 5.001u.
+//   - The sum Q(s^2) = 1/3 + s^2/5 + ... + s^12/15 (coefficients rounded, Horner) is >= 1/3 and
+//     carries <= 3.3u; w = s^2 Q <= 0.0102 carries <= 9.4u.
+//   - q = A s carries <= 4.0001u (A rounded, s, the product); r = q + q w, rounded once (or twice
+//     without a fused unit), is A s (1 + w) within 4.0001u + 0.0102 x 9.4u + 1.02u <= 5.2u.
+//   - The terms left out, s^17/17 + ..., are below |s| s^16 / (17 (1 - s^2)) <= 3.40e-14 |s|.
+//   So r = A atanh(s) within a relative 3.40e-14 + 5.2u <= 3.46e-14.
+//   - e = 0: y = r (the other terms vanish exactly), within 3.46e-14 |log10(x)|.
+//   - e != 0: log10(2) = L + l with L of 42 bits, so e L (|e| <= 1074, 11 bits) is exact;
+//     |A atanh(s)| <= 0.15052 <= |e| log10(2) / 2, so |log10(x)| >= 0.1505 max(1, |e|). The
+//     error of r (<= 3.46e-14 x 0.15052), the rounding of r + e l and that of the final sum (each
+//     <= u, relative to |log10(x)|, with e l = 2^-45 e at most) and the rounding of l (< 2^-95 |e|)
+//     come to <= 3.46e-14 + 2.1u <= 3.49e-14 relative.
+// Hence |y - log10(x)| <= 2^-44.7 |log10(x)|. The settling test widens y by 2^-42 |y| each way
+// (8x the bound, which leaves room for the rounding of the widened ends and for Log10Extended's
+// own error, a few ulps of 2^-64), plus a caller's absolute slack for an argument that is itself
+// rounded (x (1 + d) moves log10 by at most log10(e) |d| (1 + |d|)).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/lanes.h"
+#include "core/log10.h"
+
+namespace qm::QM_ISA_NS {
+
+typedef uint64_t VU64 __attribute__((vector_size(QM_VECTOR_BYTES)));
+
+// a b + c, fused where the set has the unit (the bound above holds either way).
+QM_INLINE VD MulAdd(VD a, VD b, VD c) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return reinterpret_cast<VD>(
+        _mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b), reinterpret_cast<__m512d>(c)));
+#elif defined(__FMA__)
+    return reinterpret_cast<VD>(
+        _mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b), reinterpret_cast<__m256d>(c)));
+#else
+    return a * b + c;
+#endif
+}
+
+// log10 of lanes holding positive normal doubles, within 2^-44.7 |log10(x)| (other lanes give
+// values of no meaning).
+QM_INLINE VD Log10Lanes(VD x) noexcept {
+    constexpr uint64_t kHalfRoot = 0x3FE6A09E667F3BCDull;  // bits of sqrt(2)/2
+    constexpr uint64_t kOne = 0x3FF0000000000000ull;
+    const VU64 bits = reinterpret_cast<VU64>(x);
+    // t's exponent field is e + 1023 (bits >= 2^52 for a normal x, so nothing wraps).
+    const VU64 t = bits + (kOne - kHalfRoot);
+    const VU64 biased = t >> 52;
+    const VD e = reinterpret_cast<VD>(biased | 0x4330000000000000ull) - (0x1p52 + 1023.0);
+    const VD m = reinterpret_cast<VD>(bits - ((t & 0xFFF0000000000000ull) - kOne));
+    const VD s = (m - 1.0) / (m + 1.0);
+    const VD z = s * s;
+    VD q = SplatVD(1.0 / 15.0);
+    q = MulAdd(q, z, SplatVD(1.0 / 13.0));
+    q = MulAdd(q, z, SplatVD(1.0 / 11.0));
+    q = MulAdd(q, z, SplatVD(1.0 / 9.0));
+    q = MulAdd(q, z, SplatVD(1.0 / 7.0));
+    q = MulAdd(q, z, SplatVD(1.0 / 5.0));
+    q = MulAdd(q, z, SplatVD(1.0 / 3.0));
+    const VD w = z * q;
+    const VD as = s * 0x1.bcb7b1526e50ep-1;  // 2 log10(e)
+    const VD r = MulAdd(as, w, as);
+    return MulAdd(e, SplatVD(0x1.34413509f78p-2), MulAdd(e, SplatVD(0x1.fef311f12b358p-46), r));
+}
+
+// Lanes whose x is a positive normal double (NaN fails both tests).
+QM_INLINE auto NormalPositive(VD x) noexcept { return (x >= 0x1p-1022) & (x <= 0x1.fffffffffffffp1023); }
+
+// Lanes where every value within 2^-42 |y| + slack of y stores the same element of the target.
+template <LogTarget T> QM_INLINE auto Settled(VD y, VD slack) noexcept {
+    const VD a = y < 0.0 ? -y : y;
+    const VD reach = MulAdd(a, SplatVD(0x1p-42), slack);
+    const VD lo = y - reach, hi = y + reach;
+    if constexpr (T == LogTarget::Single)
+        return RoundToSingle(lo) == RoundToSingle(hi);
+    else
+        return ToDouble(TruncateToInt32(lo)) == ToDouble(TruncateToInt32(hi));
+}
+
+}  // namespace qm::QM_ISA_NS
