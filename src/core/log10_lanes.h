@@ -32,7 +32,8 @@
 // Hence |y - log10(x)| <= 2^-44.7 |log10(x)|. The settling test widens y by 2^-42 |y| each way
 // (8x the bound, which leaves room for the rounding of the widened ends and for Log10Extended's
 // own error, a few ulps of 2^-64), plus a caller's absolute slack for an argument that is itself
-// rounded (x (1 + d) moves log10 by at most log10(e) |d| (1 + |d|)).
+// rounded (x (1 + d) moves log10 by at most log10(e) |d| (1 + |d|)). SettledLanes turns that
+// reach into tests on the bits of y.
 #pragma once
 
 #include <cstddef>
@@ -84,18 +85,69 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
     return MulAdd(e, SplatVD(0x1.34413509f78p-2), MulAdd(e, SplatVD(0x1.fef311f12b358p-46), r));
 }
 
-// Lanes whose x is a positive normal double (NaN fails both tests).
-QM_INLINE auto NormalPositive(VD x) noexcept { return (x >= 0x1p-1022) & (x <= 0x1.fffffffffffffp1023); }
+// What one call allows beside the bound: `slack`, the caller's absolute allowance (0 or at most
+// 2^-52), taken once into the constants of the tests below.
+struct LogReach {
+    double integer;  // the whole reach about y for integer targets: 2^-42 x 330 < 2^-33, plus slack
+    double zero;     // y equal to this settles outright: 0 (log10(1) is 0 exactly) without slack, else NaN
+    double floor;    // singles with slack: |y| at least this (2^-10), so slack <= 2^-42 |y|
+};
+inline LogReach ReachOf(double slack) noexcept {
+    const bool exact = slack == 0.0;
+    return {0x1p-33 + slack, exact ? 0.0 : __builtin_nan(""), exact ? 0.0 : 0x1p-10};
+}
 
-// Lanes where every value within 2^-42 |y| + slack of y stores the same element of the target.
-template <LogTarget T> QM_INLINE auto Settled(VD y, VD slack) noexcept {
-    const VD a = y < 0.0 ? -y : y;
-    const VD reach = MulAdd(a, SplatVD(0x1p-42), slack);
-    const VD lo = y - reach, hi = y + reach;
-    if constexpr (T == LogTarget::Single)
-        return RoundToSingle(lo) == RoundToSingle(hi);
-    else
-        return ToDouble(TruncateToInt32(lo)) == ToDouble(TruncateToInt32(hi));
+inline constexpr unsigned kAllLanes = (1u << kLanes) - 1;
+
+// Bit k set where lane k of x is a positive normal double and every value within the reach of
+// y_k stores the same element of the target as y_k does.
+//   Singles: for |y| >= 2^-126 (every y but 0, which x = 1 alone gives) the singles of y's binade
+//   are the doubles whose low 29 significand bits t are 0 and the midpoints those with t = 2^28;
+//   the reach, 2^-42 |y| (+ slack <= 2^-42 |y| where |y| >= 2^-10), is at most 2^12 ulps of y,
+//   so |t - 2^28| > 2^12 settles the lane (a power of two below y is a single, not a midpoint,
+//   and the midpoint under it lies 2^27 ulps away).
+//   Integers: truncation changes only at integers; y within 2^-33 + slack of none settles.
+template <LogTarget T> QM_INLINE unsigned SettledLanes(VD x, VD y, const LogReach& reach) noexcept {
+#if QM_VECTOR_BYTES == 64
+    const __m512i xb = reinterpret_cast<__m512i>(x);
+    __mmask8 ok = _mm512_cmplt_epu64_mask(_mm512_sub_epi64(xb, _mm512_set1_epi64(int64_t{1} << 52)),
+                                          _mm512_set1_epi64(0x7FE0000000000000));
+    const __m512d yd = reinterpret_cast<__m512d>(y);
+    if constexpr (T == LogTarget::Single) {
+        const __m512i t = _mm512_and_si512(reinterpret_cast<__m512i>(y), _mm512_set1_epi64((int64_t{1} << 29) - 1));
+        const __m512i d = _mm512_abs_epi64(_mm512_sub_epi64(t, _mm512_set1_epi64(int64_t{1} << 28)));
+        ok &= _mm512_cmpgt_epi64_mask(d, _mm512_set1_epi64(int64_t{1} << 12));
+        ok &= _mm512_cmp_pd_mask(_mm512_abs_pd(yd), _mm512_set1_pd(reach.floor), _CMP_GE_OQ);
+    } else {
+        const __m512d n = _mm512_roundscale_pd(yd, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        const __m512d d = _mm512_abs_pd(_mm512_sub_pd(yd, n));
+        ok &= _mm512_cmp_pd_mask(d, _mm512_set1_pd(reach.integer), _CMP_GT_OQ) |
+              _mm512_cmp_pd_mask(yd, _mm512_set1_pd(reach.zero), _CMP_EQ_OQ);
+    }
+    return ok;
+#else
+    typedef int64_t VL __attribute__((vector_size(QM_VECTOR_BYTES)));
+    const VU64 xb = reinterpret_cast<VU64>(x);
+    // Unsigned lanes compared through a sign flip (SSE2 and AVX2 compare signed lanes only).
+    const VL shifted = reinterpret_cast<VL>((xb - (uint64_t{1} << 52)) ^ 0x8000000000000000ull);
+    VL ok = shifted < static_cast<int64_t>(0x7FE0000000000000ull ^ 0x8000000000000000ull);
+    const VD a = reinterpret_cast<VD>(reinterpret_cast<VU64>(y) & 0x7FFFFFFFFFFFFFFFull);
+    if constexpr (T == LogTarget::Single) {
+        const VL d = (reinterpret_cast<VL>(y) & ((int64_t{1} << 29) - 1)) - (int64_t{1} << 28);
+        ok &= (d > (int64_t{1} << 12)) | (d < -(int64_t{1} << 12));
+        ok &= reinterpret_cast<VL>(a >= reach.floor);
+    } else {
+        const VD n = (y + 0x1.8p52) - 0x1.8p52;  // y rounded to an integer (|y| < 2^51)
+        const VD d = y - n;
+        const VD r = SplatVD(reach.integer);
+        ok &= reinterpret_cast<VL>((d > r) | (d < -r) | (y == reach.zero));
+    }
+#if QM_VECTOR_BYTES == 32
+    return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(ok)));
+#else
+    return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(ok)));
+#endif
+#endif
 }
 
 }  // namespace qm::QM_ISA_NS

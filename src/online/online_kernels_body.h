@@ -253,7 +253,7 @@ template <LogOrder Ord, LogTarget T>
 void LogStage(double* v, const float* flat, const float* gain, size_t n, double slack) noexcept {
     size_t i = 0;
     if constexpr (T != LogTarget::Double) {
-        const VD reach = SplatVD(slack);
+        const LogReach reach = ReachOf(slack);
         for (; i + kLanes <= n; i += kLanes) {
             const VD base = LoadVD(v + i);
             const VD g = LoadDouble<float>(reinterpret_cast<const unsigned char*>(gain + i));
@@ -266,10 +266,11 @@ void LogStage(double* v, const float* flat, const float* gain, size_t n, double 
             }
             const VD y = Log10Lanes(x);
             StoreVD(v + i, y);
-            const auto settled = NormalPositive(x) & Settled<T>(y, reach);
-            if (AllOf(settled)) continue;
+            const unsigned settled = SettledLanes<T>(x, y, reach);
+            if (settled == kAllLanes) continue;
             for (size_t k = 0; k < kLanes; ++k)
-                if (!settled[k]) v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
+                if ((settled >> k & 1) == 0)
+                    v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
         }
     }
     for (; i < n; ++i) v[i] = StoredLog<T>(Log10Extended(LogArgument<Ord>(v[i], flat, gain, i)));
