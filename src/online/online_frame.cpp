@@ -47,15 +47,6 @@ LogOrder OrderOf(const FramePlan& plan) noexcept {
     return !plan.flat ? LogOrder::NoFlat : !plan.dark ? LogOrder::FlatFirst : LogOrder::GainFirst;
 }
 
-// How far the logarithm of the argument formed in doubles (rounded once by each product) may lie
-// from that of the argument formed in extended precision (rounded at most once, by 2^-64): a
-// relative difference d <= 2.0001 x 2^-53 + 2^-64 moves log10 by at most log10(e) d (1 + d) <
-// 2^-53; twice that is allowed. A base value of at most 29 bits times the gain alone is exact in
-// both, so nothing is allowed for it.
-double LogSlack(const FramePlan& plan, Reading reading) noexcept {
-    return !plan.flat && BaseBits(reading) <= kNarrowBits ? 0.0 : 0x1p-52;
-}
-
 // Runs the kernel of a frame over n pixels, block by block: the base values, the flat factor
 // (exactly: plainly where every value of the block is narrow enough, else as an exact product),
 // the final stage, then the store or the accumulation.

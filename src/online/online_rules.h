@@ -106,4 +106,13 @@ QM_INLINE long double LogArgument(double base, const float* flat, const float* g
 }
 inline constexpr int kLogOrders = 3;
 
+// The vector logarithm (core/log10_lanes.h) takes the argument formed in doubles, each product
+// rounded once; the argument formed in extended precision rounds at most once, by 2^-64. Their
+// relative difference d <= 2.0001 x 2^-53 + 2^-64 moves log10 by at most log10(e) d (1 + d) <
+// 2^-53, and twice that is allowed. A base value of at most 29 bits times the gain alone is exact
+// in both, so nothing is allowed for it.
+inline double LogSlack(const FramePlan& plan, Reading reading) noexcept {
+    return !plan.flat && BaseBits(reading) <= kNarrowBits ? 0.0 : 0x1p-52;
+}
+
 }  // namespace qm::online
