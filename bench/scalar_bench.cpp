@@ -12,7 +12,9 @@ void Scalar(benchmark::State& state, int32_t op, double a, int32_t srcType, int3
     qmbench::Frame src(srcType, side), dst(dstType, side);
     if (srcType == qmeTypeF32) src.Fill<float>([](size_t i) { return static_cast<float>(i % 4093) * 0.37f + 1.0f; });
     if (srcType == qmeTypeF64) src.Fill<double>([](size_t i) { return static_cast<double>(i % 4093) * 0.37 + 1.0; });
-    if (srcType == qmeTypeI32) src.Fill<int32_t>([](size_t i) { return static_cast<int32_t>(i * 2654435761u >> 1); });
+    if (srcType == qmeTypeI32)  // positive, spread over the whole range
+        src.Fill<int32_t>(
+            [](size_t i) { return static_cast<int32_t>(static_cast<uint32_t>(i * 2654435761u) >> 1 | 1); });
     for (auto _ : state) {
         benchmark::DoNotOptimize(qm::ScalarDispatch(op, dst.desc(), src.desc(), a, 60000.0));
         benchmark::ClobberMemory();
