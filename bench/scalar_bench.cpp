@@ -12,6 +12,9 @@ void Scalar(benchmark::State& state, int32_t op, double a, int32_t srcType, int3
     qmbench::Frame src(srcType, side), dst(dstType, side);
     if (srcType == qmeTypeF32) src.Fill<float>([](size_t i) { return static_cast<float>(i % 4093) * 0.37f + 1.0f; });
     if (srcType == qmeTypeF64) src.Fill<double>([](size_t i) { return static_cast<double>(i % 4093) * 0.37 + 1.0; });
+    if (srcType == qmeTypeI32)  // positive, spread over the whole range
+        src.Fill<int32_t>(
+            [](size_t i) { return static_cast<int32_t>(static_cast<uint32_t>(i * 2654435761u) >> 1 | 1); });
     for (auto _ : state) {
         benchmark::DoNotOptimize(qm::ScalarDispatch(op, dst.desc(), src.desc(), a, 60000.0));
         benchmark::ClobberMemory();
@@ -51,6 +54,11 @@ QM_SCALAR_BENCH(DivTenth_U16_U16, 504, 0.1, kU16, kU16);
 QM_SCALAR_BENCH(DivTenth_U16_F32, 504, 0.1, kU16, kF32);
 QM_SCALAR_BENCH(Log10_U16_U16, 505, 0.0, kU16, kU16);
 QM_SCALAR_BENCH(Log10_U16_F32, 505, 0.0, kU16, kF32);
+QM_SCALAR_BENCH(Log10_F32_F32, 505, 0.0, kF32, kF32);
+QM_SCALAR_BENCH(Log10_F32_I32, 505, 0.0, kF32, kI32);
+QM_SCALAR_BENCH(Log10_I32_F32, 505, 0.0, kI32, kF32);
+QM_SCALAR_BENCH(Log10_F64_F32, 505, 0.0, kF64, kF32);
+QM_SCALAR_BENCH(Log10_F64_F64, 505, 0.0, kF64, kF64);
 QM_SCALAR_BENCH(SqrtOfLast_U16_F64, 507, 0.0, kU16, kF64);
 QM_SCALAR_BENCH(Reciprocal_U16_F32, 508, 0.0, kU16, kF32);
 QM_SCALAR_BENCH(Reciprocal_U16_U16, 508, 0.0, kU16, kU16);

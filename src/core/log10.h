@@ -5,6 +5,10 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
+
+#include "core/element_types.h"
+#include "core/truncate.h"
 
 namespace qm {
 
@@ -18,6 +22,26 @@ inline long double Log10Extended(long double x) noexcept {
         if (x == kPowersOfTen[k]) return static_cast<long double>(k);
     }
     return l;
+}
+
+// What a logarithm is stored into decides which of its digits matter: singles need its rounding
+// to a single, integers its truncation, doubles every bit a double can hold.
+enum class LogTarget : uint8_t { Single, Integer, Double };
+
+constexpr LogTarget LogTargetOf(int32_t type) noexcept {
+    return type == kF32 ? LogTarget::Single : type == kF64 ? LogTarget::Double : LogTarget::Integer;
+}
+
+// A double that the store rule turns into the same element of the target's type as the extended
+// logarithm l: the single it rounds to, its truncation (INT64_MIN, -2^63, for NaN and infinities),
+// or l rounded to double.
+template <LogTarget T> inline double StoredLog(long double l) noexcept {
+    if constexpr (T == LogTarget::Single)
+        return static_cast<float>(l);
+    else if constexpr (T == LogTarget::Integer)
+        return static_cast<double>(TruncateToInteger(l));
+    else
+        return static_cast<double>(l);
 }
 
 }  // namespace qm

@@ -42,26 +42,9 @@ int32_t ConvertCopyCount(const QmdDataStruct& out) noexcept {
     return std::min(withDepth, std::max(ElementCount(out), int32_t{0}));
 }
 
-using LogFn = void (*)(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept;
-
-// The logarithm, by where the flat factor enters and by output type code.
-template <LogOrder Ord, bool kAcc> constexpr LogFn kLog[9] = {
-    nullptr,
-    LogBlock<Ord, uint8_t, kAcc>,
-    LogBlock<Ord, uint16_t, kAcc>,
-    LogBlock<Ord, uint32_t, kAcc>,
-    LogBlock<Ord, float, kAcc>,
-    LogBlock<Ord, double, kAcc>,
-    LogBlock<Ord, uint8_t, kAcc>,
-    LogBlock<Ord, uint16_t, kAcc>,
-    LogBlock<Ord, uint32_t, kAcc>,
-};
-
-LogFn PickLog(const FramePlan& plan, int32_t type) noexcept {
-    const bool acc = plan.accumulate;
-    if (!plan.flat) return acc ? kLog<LogOrder::NoFlat, true>[type] : kLog<LogOrder::NoFlat, false>[type];
-    if (!plan.dark) return acc ? kLog<LogOrder::FlatFirst, true>[type] : kLog<LogOrder::FlatFirst, false>[type];
-    return acc ? kLog<LogOrder::GainFirst, true>[type] : kLog<LogOrder::GainFirst, false>[type];
+// Where the flat factor enters the logarithm's argument.
+LogOrder OrderOf(const FramePlan& plan) noexcept {
+    return !plan.flat ? LogOrder::NoFlat : !plan.dark ? LogOrder::FlatFirst : LogOrder::GainFirst;
 }
 
 // Runs the kernel of a frame over n pixels, block by block: the base values, the flat factor
@@ -75,7 +58,10 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
         kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
     const size_t os = ElementSize(outType);
     const WideFn wide = kk.wide[static_cast<int>(plan.stage)][plan.accumulate][outType];
-    const LogFn log = plan.stage == Stage::Log ? PickLog(plan, outType) : nullptr;
+    const LogStageFn log = plan.stage == Stage::Log
+                               ? kk.log[static_cast<int>(OrderOf(plan))][static_cast<int>(LogTargetOf(outType))]
+                               : nullptr;
+    const double slack = LogSlack(plan, reading);
     // A block reads all its source pixels before writing; where the output overlaps the source
     // so that a write could change a pixel not yet read, pixels go one at a time.
     const size_t block = BlockwiseIsSafe(k.out, os, k.src, pixelBytes, k.n) ? blocks::kBlock : 1;
@@ -114,11 +100,10 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
             continue;
         }
         base(k.src + i0 * pixelBytes, dark, m, v);
-        if (log != nullptr) {
-            log(v, flat, k.gain + i0, m, out);
-        } else if (plan.flat && !kk.flat(v, flat, m)) {
+        if (plan.flat && log == nullptr && !kk.flat(v, flat, m)) {
             wide(v, flat, m, k.a, k.b, out);
         } else {
+            if (log != nullptr) log(v, flat, k.gain + i0, m, slack);
             if (plan.stage == Stage::Threshold) kk.threshold(v, m, k.a, k.b);
             if (plan.stage == Stage::Clip) kk.clip(v, m, k.a, k.b);
             if (plan.accumulate) {

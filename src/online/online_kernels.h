@@ -37,6 +37,12 @@ using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t 
 using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
                               double b, unsigned char* out) noexcept;
 
+// The logarithm stage in place: each base value becomes a double that the output's store rule (or
+// accumulation) turns into the element the extended logarithm of its argument gives. `slack`
+// bounds how far the logarithm of the argument formed in doubles may lie from that of the one
+// formed in extended precision (0 where they are equal).
+using LogStageFn = void (*)(double* v, const float* flat, const float* gain, size_t n, double slack) noexcept;
+
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
     DirectFn direct[kReaders][2][2][9];  // [reader][dark rule Off or Wrap][accumulate][output type code]
@@ -45,8 +51,9 @@ struct Kernels {
     FlatFn flat;
     StageFn threshold;
     StageFn clip;
-    AccumulateFn accumulate[9];  // by output type code
-    WideFn wide[kStages][2][9];  // [final stage][accumulate][output type code]
+    AccumulateFn accumulate[9];     // by output type code
+    WideFn wide[kStages][2][9];     // [final stage][accumulate][output type code]
+    LogStageFn log[kLogOrders][3];  // [LogOrder][LogTarget of the output]
 };
 
 QM_FAMILY_TABLES(Kernels);

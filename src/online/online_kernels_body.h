@@ -9,6 +9,8 @@
 #include "core/blocks.h"
 #include "core/element_types.h"
 #include "core/lanes.h"
+#include "core/log10.h"
+#include "core/log10_lanes.h"
 #include "online/online_kernels.h"
 #include "online/online_rules.h"
 #include "online/pixel_readers.h"
@@ -244,6 +246,42 @@ template <bool kClip> void StageBlock(double* v, size_t n, double a, double b) n
     for (; i < n; ++i) v[i] = stage(v[i]);
 }
 
+// The logarithm stage (core/log10_lanes.h: the vector logarithm of the argument formed in doubles,
+// where its bound and the slack settle the stored element; the extended logarithm of the argument
+// formed in extended precision elsewhere). Double outputs always take the extended one.
+template <LogOrder Ord, LogTarget T>
+void LogStage(double* v, const float* flat, const float* gain, size_t n, double slack) noexcept {
+    size_t i = 0;
+    if constexpr (T != LogTarget::Double) {
+        const LogReach reach = ReachOf(slack);
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD base = LoadVD(v + i);
+            const VD g = LoadDouble<float>(reinterpret_cast<const unsigned char*>(gain + i));
+            VD x;
+            if constexpr (Ord == LogOrder::NoFlat) {
+                x = base * g;
+            } else {
+                const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
+                x = Ord == LogOrder::FlatFirst ? base * f * g : base * g * f;
+            }
+            const VD y = Log10Lanes(x);
+            StoreVD(v + i, y);
+            const unsigned settled = SettledLanes<T>(x, y, reach);
+            if (settled == kAllLanes) continue;
+            for (size_t k = 0; k < kLanes; ++k)
+                if ((settled >> k & 1) == 0)
+                    v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
+        }
+    }
+    for (; i < n; ++i) v[i] = StoredLog<T>(Log10Extended(LogArgument<Ord>(v[i], flat, gain, i)));
+}
+
+template <LogOrder Ord> constexpr void SetLog(Kernels& k) noexcept {
+    k.log[static_cast<int>(Ord)][static_cast<int>(LogTarget::Single)] = &LogStage<Ord, LogTarget::Single>;
+    k.log[static_cast<int>(Ord)][static_cast<int>(LogTarget::Integer)] = &LogStage<Ord, LogTarget::Integer>;
+    k.log[static_cast<int>(Ord)][static_cast<int>(LogTarget::Double)] = &LogStage<Ord, LogTarget::Double>;
+}
+
 // Output elements plus the results converted to them: integers wrap at their width (the low bits
 // of a 32-bit sum are those of the sum in the element's width); F32 adds in single precision
 // (the double sum of two singles rounded to single is their single sum); F64 in double.
@@ -325,6 +363,9 @@ constexpr Kernels MakeKernels() noexcept {
     k.accumulate[kU32] = &Accumulate<uint32_t>;
     k.accumulate[kF32] = &Accumulate<float>;
     k.accumulate[kF64] = &Accumulate<double>;
+    SetLog<LogOrder::NoFlat>(k);
+    SetLog<LogOrder::FlatFirst>(k);
+    SetLog<LogOrder::GainFirst>(k);
     return k;
 }
 

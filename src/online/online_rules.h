@@ -91,19 +91,28 @@ QM_INLINE D WideFlatResult(double base, float flat, double a, double b) noexcept
 // source), or after it (a dark-subtracted one).
 enum class LogOrder : uint8_t { NoFlat, FlatFirst, GainFirst };
 
-template <LogOrder Ord, class D, bool kAccumulate>
-void LogBlock(const double* base, const float* flat, const float* gain, size_t n, unsigned char* out) noexcept {
-    for (size_t i = 0; i < n; ++i) {
-        const long double v = base[i], g = gain[i];
-        long double x;
-        if constexpr (Ord == LogOrder::NoFlat)
-            x = v * g;
-        else if constexpr (Ord == LogOrder::FlatFirst)
-            x = v * static_cast<long double>(flat[i]) * g;
-        else
-            x = v * g * static_cast<long double>(flat[i]);
-        Put<D, kAccumulate>(out, i, StoreFloat<D>(Log10Extended(x)));
-    }
+// The logarithm's argument of pixel i, in extended precision: the base value (at most 33 bits)
+// times the flat factor and the gain in the order given, so that only the second product rounds
+// (to 64 bits) and without a flat factor none does.
+template <LogOrder Ord>
+QM_INLINE long double LogArgument(double base, const float* flat, const float* gain, size_t i) noexcept {
+    const long double v = base, g = gain[i];
+    if constexpr (Ord == LogOrder::NoFlat)
+        return v * g;
+    else if constexpr (Ord == LogOrder::FlatFirst)
+        return v * static_cast<long double>(flat[i]) * g;
+    else
+        return v * g * static_cast<long double>(flat[i]);
+}
+inline constexpr int kLogOrders = 3;
+
+// The vector logarithm (core/log10_lanes.h) takes the argument formed in doubles, each product
+// rounded once; the argument formed in extended precision rounds at most once, by 2^-64. Their
+// relative difference d <= 2.0001 x 2^-53 + 2^-64 moves log10 by at most log10(e) d (1 + d) <
+// 2^-53, and twice that is allowed. A base value of at most 29 bits times the gain alone is exact
+// in both, so nothing is allowed for it.
+inline double LogSlack(const FramePlan& plan, Reading reading) noexcept {
+    return !plan.flat && BaseBits(reading) <= kNarrowBits ? 0.0 : 0x1p-52;
 }
 
 }  // namespace qm::online

@@ -22,12 +22,12 @@
 
 namespace qm::scalar {
 
-// Element i of the destination from the widened source element x; true when x was not positive.
-// (Between integer types the kernels' digit count serves instead.)
-template <class D> inline bool Log10Element(double x, unsigned char* dst, size_t i) noexcept {
+// 505 of one element x into a double the store rule turns into the target's element (0 where x
+// is not positive); true when x was not positive. The kernels take this path for lanes their
+// bound leaves open (core/log10_lanes.h); between integer types the digit count serves instead.
+template <LogTarget T> inline bool Log10Exactly(double x, double& out) noexcept {
     const bool failed = !(x > 0.0);
-    const D r = failed ? D(0) : StoreFloat<D>(Log10Extended(x));
-    std::memcpy(dst + i * sizeof(D), &r, sizeof(D));
+    out = failed ? 0.0 : StoredLog<T>(Log10Extended(x));
     return failed;
 }
 

@@ -28,15 +28,27 @@ using scalar::ExactOp;
 using scalar::Form;
 using scalar::Kind;
 
-using Log10Fn = bool (*)(const double* v, size_t n, unsigned char* dst) noexcept;
-// 505 from 8- and 16-bit sources into floats through a table of every result; false when the table cannot be had.
-using Log10TableFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept;
+// The engine's own source type: U32 sources come through the I32 engine.
+template <class S> constexpr int32_t kSourceType = std::is_same_v<S, int8_t>    ? kI8
+                                                   : std::is_same_v<S, int16_t> ? kI16
+                                                   : std::is_same_v<S, int32_t> ? kI32
+                                                   : std::is_same_v<S, float>   ? kF32
+                                                   : std::is_same_v<S, double>  ? kF64
+                                                   : std::is_same_v<S, uint8_t> ? kU8
+                                                                                : kU16;
 
-template <class S, class D>
-bool Log10Tabled(const unsigned char* src, size_t n, unsigned char* dst, bool& failed) noexcept {
+// 505 from 8- and 16-bit sources into floats through a table of every result; false when the table cannot be had.
+using Log10TableFn = bool (*)(const scalar::Kernels& k, const unsigned char* src, size_t n, unsigned char* dst,
+                              bool& failed) noexcept;
+
+template <class S, class D> bool Log10Tabled(const scalar::Kernels& k, const unsigned char* src, size_t n,
+                                             unsigned char* dst, bool& failed) noexcept {
     const D* table = scalar::Log10Table<S, D>();
     if (table == nullptr) return false;
-    failed |= scalar::Log10ByTable<S, D>(table, src, n, dst);
+    if constexpr (std::is_same_v<D, float>)
+        failed |= k.log10Gather[kSourceType<S>](table, src, n, dst);
+    else
+        failed |= scalar::Log10ByTable<S, D>(table, src, n, dst);
     return true;
 }
 
@@ -54,27 +66,10 @@ constexpr const Log10TableFn* kLog10Tables[9] = {
 constexpr size_t kLog10TableUse = 4096;
 using LastFn = bool (*)(double last, unsigned char* dst) noexcept;
 
-template <class D> bool Log10Block(const double* v, size_t n, unsigned char* dst) noexcept {
-    bool failed = false;
-    for (size_t i = 0; i < n; ++i) failed |= scalar::Log10Element<D>(v[i], dst, i);
-    return failed;
-}
 template <class D, bool kRoot> bool Last(double last, unsigned char* dst) noexcept {
     return scalar::LastElement<D, kRoot>(last, dst);
 }
 
-// [destination type code]
-constexpr Log10Fn kLog10[9] = {
-    nullptr,
-    Log10Block<Element<kI8>>,
-    Log10Block<Element<kI16>>,
-    Log10Block<Element<kI32>>,
-    Log10Block<Element<kF32>>,
-    Log10Block<Element<kF64>>,
-    Log10Block<Element<kU8>>,
-    Log10Block<Element<kU16>>,
-    Log10Block<Element<kU32>>,
-};
 template <bool kRoot> constexpr LastFn kLast[9] = {
     nullptr,
     Last<Element<kI8>, kRoot>,
@@ -97,7 +92,7 @@ struct Plan {
     scalar::NarrowFn narrow = nullptr;     // Narrow: the quotient in singles
     scalar::ExactLanesFn lanes = nullptr;  // ExactLanes: evaluation and store, from the source
     scalar::ExactFn scaled = nullptr;      // Scaled: evaluation and store
-    Log10Fn log10 = nullptr;
+    scalar::Log10Fn log10 = nullptr;
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
 };
@@ -172,7 +167,7 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
                 p.path = Plan::Path::Digits;
                 return p;
             }
-            p.log10 = kLog10[dstType];
+            p.log10 = k.log10[static_cast<int>(LogTargetOf(dstType))];
             if (kLog10Tables[srcType] != nullptr) p.log10Table = kLog10Tables[srcType][dstType];
             return p;
         case 506:
@@ -231,9 +226,10 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
                 break;
             case Plan::Path::Digits: failed |= k.digits[srcType][dstType](s, m, d); break;
             case Plan::Path::Log10:
-                if (n >= kLog10TableUse && p.log10Table != nullptr && p.log10Table(s, m, d, failed)) break;
+                if (n >= kLog10TableUse && p.log10Table != nullptr && p.log10Table(k, s, m, d, failed)) break;
                 io.load[srcType](s, m, v);
-                failed |= p.log10(v, m, d);
+                failed |= p.log10(v, m);
+                io.store[dstType](v, m, d);
                 break;
             default:
                 if (p.form != nullptr)
@@ -248,15 +244,6 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
     if (stream) StreamFence();
     return failed ? Status::ElementNotComputed : Status::Ok;
 }
-
-// The engine's own source type: U32 sources come through the I32 engine.
-template <class S> constexpr int32_t kSourceType = std::is_same_v<S, int8_t>    ? kI8
-                                                   : std::is_same_v<S, int16_t> ? kI16
-                                                   : std::is_same_v<S, int32_t> ? kI32
-                                                   : std::is_same_v<S, float>   ? kF32
-                                                   : std::is_same_v<S, double>  ? kF64
-                                                   : std::is_same_v<S, uint8_t> ? kU8
-                                                                                : kU16;
 
 // Operation index: 256 and 500 to 509 are known.
 bool IsScalarOperation(int32_t op) noexcept { return op == qmeProcessClip || (op >= 500 && op <= 509); }

@@ -39,6 +39,13 @@ using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
 // Exact and Exact32 evaluations in vector lanes, straight from the source, into F32 and integers.
 using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept;
+// 505 over a block of doubles in place: each becomes a double that the destination's store rule
+// turns into the stored logarithm (0 for values not positive); true when some value was not
+// positive.
+using Log10Fn = bool (*)(double* v, size_t n) noexcept;
+// 505 from 8- and 16-bit sources into singles through the table of every result (log_root.h);
+// true when some element was not positive.
+using Log10GatherFn = bool (*)(const float* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 
 struct Kernels {
     // By source type code (U32 read as I32); the integer ones for integer sources only.
@@ -49,6 +56,8 @@ struct Kernels {
     NarrowFn narrow[2][9][9];                             // [divide, reciprocal][source][destination], where they apply
     ExactFn scaled[static_cast<int>(ExactOp::Count)][9];  // [operation][destination]
     ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][2][9];  // [operation][source][Exact, Exact32][destination]
+    Log10Fn log10[3];                                               // by LogTarget of the destination
+    Log10GatherFn log10Gather[9];                                   // by source type code, 8- and 16-bit ones
 };
 
 QM_FAMILY_TABLES(Kernels);

@@ -11,6 +11,8 @@
 #include "core/element_types.h"
 #include "core/exact_lanes.h"
 #include "core/lanes.h"
+#include "core/log10.h"
+#include "core/log10_lanes.h"
 #include "core/truncate.h"
 #include "scalar/add_subtract.h"
 #include "scalar/clip_band.h"
@@ -67,6 +69,52 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
         StoreAt<D>(dst, i, static_cast<D>(Digits(x)));
     }
     return failed;
+}
+
+// 505 in place over a block (core/log10_lanes.h: the vector logarithm stands where its bound
+// settles the stored element, the extended one elsewhere). Doubles always take the extended one.
+template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
+    bool failed = false;
+    size_t i = 0;
+    if constexpr (T != LogTarget::Double) {
+        const LogReach reach = ReachOf(0.0);
+        for (; i + kLanes <= n; i += kLanes) {
+            const VD x = LoadVD(v + i);
+            const VD y = Log10Lanes(x);
+            StoreVD(v + i, y);
+            const unsigned settled = SettledLanes<T>(x, y, reach);
+            if (settled == kAllLanes) continue;
+            for (size_t k = 0; k < kLanes; ++k)
+                if ((settled >> k & 1) == 0) failed |= Log10Exactly<T>(x[k], v[i + k]);
+        }
+    }
+    for (; i < n; ++i) failed |= Log10Exactly<T>(v[i], v[i]);
+    return failed;
+}
+
+// 505 from 8- and 16-bit sources into singles through the table, gathered a register at a time
+// where the set has a gather; elements not above 0 (any of them, in a register) report failure.
+template <class S>
+bool Log10Gather(const float* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+    size_t i = 0;
+    bool failed = false;
+#if QM_VECTOR_BYTES >= 32
+    constexpr int32_t kMask = (1 << (8 * sizeof(S))) - 1;
+    VS bad{};
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        bad |= x <= 0;
+        const VW index = reinterpret_cast<VW>(x & kMask);
+        float* out = reinterpret_cast<float*>(dst + i * sizeof(float));
+#if QM_VECTOR_BYTES == 64
+        _mm512_storeu_ps(out, _mm512_i32gather_ps(index, table, 4));
+#else
+        _mm256_storeu_ps(out, _mm256_i32gather_ps(table, index, 4));
+#endif
+    }
+    for (size_t k = 0; k < kWide; ++k) failed |= bad[k] != 0;
+#endif
+    return Log10ByTable<S, float>(table, src + i * sizeof(S), n - i, dst + i * sizeof(float)) || failed;
 }
 
 // Integer entries of n elements of S, with wrapping 32-bit Op by c, into elements of D.
@@ -269,6 +317,13 @@ constexpr Kernels MakeKernels() noexcept {
     SetExact<MulOp>(k);
     SetExact<DivOp>(k);
     SetExact<ReciprocalOp>(k);
+    k.log10[static_cast<int>(LogTarget::Single)] = &Log10InPlace<LogTarget::Single>;
+    k.log10[static_cast<int>(LogTarget::Integer)] = &Log10InPlace<LogTarget::Integer>;
+    k.log10[static_cast<int>(LogTarget::Double)] = &Log10InPlace<LogTarget::Double>;
+    k.log10Gather[kI8] = &Log10Gather<int8_t>;
+    k.log10Gather[kU8] = &Log10Gather<uint8_t>;
+    k.log10Gather[kI16] = &Log10Gather<int16_t>;
+    k.log10Gather[kU16] = &Log10Gather<uint16_t>;
     return k;
 }
 
