@@ -8,17 +8,22 @@
 //     otherwise:   min(floor((min(max(x - sub, 0), limit) << up) * multiplier / 2^32), 255)
 //
 // with a 32-bit multiplier, the whole rule runs in 16-bit lanes (two high and one low 16 x 16-bit
-// multiply and a carry). The form is found once per call and then checked against the exact rule
-// for every x that can differ, so it is used only where it gives the same byte for every sample:
+// multiply and a carry). The form is found once per call and checked against the exact rule, and
+// used only where it gives the same byte for every sample:
 //
 // - The gain is finite and not negative, sub (the offset, or 0 for blue under a shift) is not
-//   negative, and (largest x - sub) * gain stays below 2^30, so the
-//   exact rule neither wraps nor truncates a product of 2^31 or more. Then, from cutFrom on, the
-//   exact byte never decreases as x grows; neither does the integer form (each step of it is
-//   monotonic). Both are capped at 255, so once both give 255 at some x they agree at every larger
-//   x, and the check walks x upward from cutFrom only until that point.
-// - Below cutFrom the shifted rule gives 0 (the value is cut off); the unshifted rule wraps the
-//   difference to a value near 2^32, and every such x is checked to give the one cutByte.
+//   negative, and (largest x - sub) * gain stays below 2^30, so the exact rule neither wraps nor
+//   truncates a product of 2^31 or more. Then on [cutFrom, high] the exact byte never decreases
+//   as x grows, and neither does the integer form (each of its steps is monotonic).
+// - Two such functions into 0..255 are equal when, for every level k from 1 to 255, they reach k
+//   at the same first x. The integer form reaches k first at x_k = ceil(k * 2^(32 - up) /
+//   multiplier) + sub; the check evaluates both rules at x_k and x_k - 1 (or at the ends of the
+//   range) and demands that both reach k at x_k and neither at x_k - 1: at most four evaluations
+//   a level, whatever the shift.
+// - Below cutFrom the shifted rule gives 0 (the value is cut off). The unshifted rule wraps the
+//   difference to 2^32 - d for d from 1 to the offset; for a gain below 0.999 those products stay
+//   below 2^32, so their bytes grow with x and equal ones at both ends make them all equal.
+//   Otherwise every such x is evaluated, within a budget.
 // - The shift folds into the multiplier: floor(floor(v * g) / 2^s) = floor(v * g / 2^s) for v * g
 //   >= 0, so the multiplier approximates g / 2^s from above (ceil of its 32-bit scaling); the small
 //   excess, and the double rounding of the exact rule's product, are what the check rules on.
@@ -61,8 +66,8 @@ QM_INLINE uint8_t ApplyExact(int32_t x, const BayerChannel& c, bool shifted, uin
 }
 
 // Finds the integer form of channel `c` for values in [0, high] and checks it; `budget` is the
-// number of values the check may still evaluate and is reduced by those it does. False when the
-// rule has no such form or the check would exceed the budget.
+// number of cut-off values the check may still evaluate one by one, and is reduced by those it
+// does. False when the rule has no such form or the check would exceed the budget.
 inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift, int32_t high, int64_t& budget,
                              FixedChannel& out) noexcept {
     const double gain = c.gain;
@@ -87,17 +92,34 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
            static_cast<uint16_t>(up),
            static_cast<uint16_t>(multiplier >> 16),
            static_cast<uint16_t>(multiplier & 0xFFFF)};
+    const auto exact = [&](int64_t x) { return ApplyExact(static_cast<int32_t>(x), c, shifted, shift); };
     if (cutFrom > 0) {
-        out.cutByte = ApplyExact(0, c, shifted, shift);
-        if ((budget -= cutFrom) < 0) return false;
-        for (int32_t x = 1; x < cutFrom; ++x)
-            if (ApplyExact(x, c, shifted, shift) != out.cutByte) return false;
+        out.cutByte = exact(0);
+        if (!shifted && gain < 0.999) {
+            if (exact(cutFrom - 1) != out.cutByte) return false;
+        } else if (!shifted) {
+            if ((budget -= cutFrom) < 0) return false;
+            for (int64_t x = 1; x < cutFrom; ++x)
+                if (exact(x) != out.cutByte) return false;
+        }
     }
-    for (int32_t x = static_cast<int32_t>(cutFrom); x <= high; ++x) {
-        if (--budget < 0) return false;
-        const uint8_t exact = ApplyExact(x, c, shifted, shift);
-        if (ApplyFixed(x, out) != exact) return false;
-        if (exact == 255) break;  // and the integer form too: both stay 255 from here on
+    const auto reaches = [&](int64_t x, uint32_t k) {
+        return exact(x) >= k && ApplyFixed(static_cast<int32_t>(x), out) >= k;
+    };
+    const auto below = [&](int64_t x, uint32_t k) {
+        return exact(x) < k && ApplyFixed(static_cast<int32_t>(x), out) < k;
+    };
+    for (uint32_t k = 1; k <= 255; ++k) {
+        const uint64_t t =
+            multiplier == 0 ? uint64_t{1} << 40 : ((uint64_t{k} << 32 >> up) + multiplier - 1) / multiplier;
+        const int64_t x = static_cast<int64_t>(std::min<uint64_t>(t, uint64_t{1} << 40)) + sub;
+        if (x > high) {
+            if (!below(high, k)) return false;
+        } else if (x <= cutFrom) {
+            if (!reaches(cutFrom, k)) return false;
+        } else if (!reaches(x, k) || !below(x - 1, k)) {
+            return false;
+        }
     }
     return true;
 }

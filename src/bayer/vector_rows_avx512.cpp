@@ -75,9 +75,13 @@ struct FixedKernels {
         const V first = _mm512_set_epi16(47, 15, 46, 14, 45, 13, 44, 12, 43, 11, 42, 10, 41, 9, 40, 8, 39, 7, 38, 6, 37,
                                          5, 36, 4, 35, 3, 34, 2, 33, 1, 32, 0);
         const V second = _mm512_add_epi16(first, _mm512_set1_epi16(16));
+        StorePixels(out, _mm512_permutex2var_epi16(bg, first, r), _mm512_permutex2var_epi16(bg, second, r));
+    }
+    // 32 pixels, one a 32-bit lane with its bytes at the bottom: 96 bytes.
+    QM_INLINE static void StorePixels(uint8_t* out, V pixels0, V pixels1) noexcept {
         const V bytes = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-        const V low = _mm512_shuffle_epi8(_mm512_permutex2var_epi16(bg, first, r), bytes);
-        const V high = _mm512_shuffle_epi8(_mm512_permutex2var_epi16(bg, second, r), bytes);
+        const V low = _mm512_shuffle_epi8(pixels0, bytes);
+        const V high = _mm512_shuffle_epi8(pixels1, bytes);
         const V head = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20);
         const V tail = _mm512_setr_epi32(5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0, 0, 0, 0, 0);
         _mm512_storeu_si512(out, _mm512_permutex2var_epi32(low, head, high));
@@ -123,6 +127,30 @@ struct FixedKernels {
         }
     }
 
+    // Binning, 32 cells a step with the unmasked store above; an odd group of 16 goes to the
+    // common kernel. A 32-bit word of a row holds a cell's even (low half) and odd (high half)
+    // sample; the store keeps the low byte of each channel.
+    static void Bin(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out,
+                    uint32_t shift) noexcept {
+        const __m128i count = _mm_cvtsi32_si128(static_cast<int>(shift));
+        const V low = _mm512_set1_epi32(0xFFFF);
+        const auto cells = [&](const uint16_t* a, const uint16_t* b) noexcept {
+            const V x = _mm512_loadu_si512(a), y = _mm512_loadu_si512(b);
+            const V blue = _mm512_srl_epi32(_mm512_and_si512(y, low), count);
+            const V green = _mm512_srl_epi32(
+                _mm512_srli_epi32(_mm512_add_epi32(_mm512_and_si512(x, low), _mm512_srli_epi32(y, 16)), 1), count);
+            const V red = _mm512_srl_epi32(_mm512_srli_epi32(x, 16), count);
+            // b | g << 8 | r << 16 in the three low bytes; the fourth is not stored.
+            return _mm512_ternarylogic_epi32(_mm512_and_si512(blue, _mm512_set1_epi32(0xFF)),
+                                             _mm512_slli_epi32(_mm512_and_si512(green, _mm512_set1_epi32(0xFF)), 8),
+                                             _mm512_slli_epi32(red, 16), 0xFE);
+        };
+        int64_t g = 0;
+        for (; g + 2 <= groups; g += 2, top += 64, bottom += 64, out += 96)
+            StorePixels(out, cells(top, bottom), cells(top + 32, bottom + 32));
+        if (g < groups) RowKernels<Avx512Lanes>::Bin(top, bottom, 1, out, shift);
+    }
+
     template <class Sample> static constexpr void Fill(FixedRowFn<Sample>* row) noexcept {
         row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<Sample, RowLayout::GreenRRed>;
         row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<Sample, RowLayout::BlueGreenB>;
@@ -134,6 +162,7 @@ struct FixedKernels {
         table.fixed.width = kWidth;
         Fill<uint8_t>(table.fixed.u8);
         Fill<uint16_t>(table.fixed.u16);
+        table.bin = &Bin;
         return table;
     }
 };

@@ -30,8 +30,8 @@ struct StreamEverything {
     ~StreamEverything() { qm::SetStreamingThreshold(0); }
 };
 
-// While it lasts, the integer channel rule may be checked over every value of a 16-bit sample, so
-// that small images take it whatever their gains and shift.
+// While it lasts, the check of the integer channel rule may evaluate every cut-off value of a
+// 16-bit sample one by one, so that small images take that rule whatever their offsets.
 struct CheckEveryValue {
     CheckEveryValue() { qm::SetFixedRuleBudget(int64_t{1} << 20); }
     ~CheckEveryValue() { qm::SetFixedRuleBudget(0); }
