@@ -29,8 +29,6 @@
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
-#include "core/overlap.h"
-#include "core/stream.h"
 
 namespace qm {
 namespace {
@@ -192,11 +190,7 @@ template <class Sample> struct Job {
     int64_t vectorWidth;  // pixels per run of the vector kernel
     FixedRowFn<Sample> fixedRow[2][2];
     FixedChannels fixed;
-    bool stream;  // rows 1 on go through a scratch row and out with streaming stores
 };
-
-// The longest output row, in bytes, that goes through the scratch row when the output streams.
-constexpr int64_t kScratchRow = 16 * 1024;
 
 // Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
 // kernel): interior columns by the row's layout, the edge columns from `first` and `last`.
@@ -268,9 +262,7 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     // The vector kernel takes whole runs of interior columns from column 1; the edge columns and
     // the interior's remainder go through the planes.
     const int64_t runs = job.vectorWidth > 0 ? (w - 2) / job.vectorWidth : 0;
-    alignas(64) uint8_t scratch[kScratchRow];
-    for (int64_t i = 1; i + 1 < h; ++i) {
-        uint8_t* const row = job.stream ? scratch : out;
+    for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
@@ -278,15 +270,12 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
         if (runs > 0) {
             const int parity = static_cast<int>(i % 2);
             if (job.fixedRow[parity][0] != nullptr)
-                done = VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, row, job.fixed);
+                done = VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, out, job.fixed);
             else if (job.vectorRow[parity][0] != nullptr)
-                done = VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, row, job.channels);
+                done = VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, out, job.channels);
         }
-        ScalarColumns<Sample>(job, i, first, last, done, row, v);
-        if (job.stream) StreamCopy(out, scratch, static_cast<size_t>(3 * perRow));
-        out += 3 * perRow;
+        ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
-    if (job.stream) StreamFence();
 }
 
 // The table index of a row layout's kernel for runs from an odd column, or from an even one: the
@@ -359,14 +348,7 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                     {},
                     0,
                     {},
-                    {},
-                    false};
-    // An output larger than the cache that shares no byte with the mosaic streams, when its rows fit
-    // the scratch row.
-    const size_t outBytes = static_cast<size_t>(needed) * 3;
-    job.stream =
-        3 * std::max<int64_t>(w, 2) <= kScratchRow &&
-        Streams(outBytes, Overlaps(dst->pData, outBytes, src->pData, static_cast<size_t>(w * h) * sizeof(Sample)));
+                    {}};
     const VectorRows* vector = ActiveVectorRows();
     if (vector != nullptr && UseFixedRule(job, *vector, shifted)) {
     } else if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {

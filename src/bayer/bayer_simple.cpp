@@ -13,8 +13,6 @@
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
-#include "core/overlap.h"
-#include "core/stream.h"
 
 namespace qm {
 namespace {
@@ -77,48 +75,31 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     uint8_t* out = static_cast<uint8_t*>(dst->pData);
     const VectorRows* vector = ActiveVectorRows();
     const uint32_t runWidth = vector != nullptr ? static_cast<uint32_t>(vector->width) : 0;
-    // Pixels [x0, x1) of output row y, written at `to`.
-    const auto cells = [&](uint32_t y, uint32_t x0, uint32_t x1, uint8_t* to) noexcept {
+    for (uint32_t y = 0; y + 1 < height; ++y) {
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;
         const int64_t bottom = top + stride;
-        if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(x1)) <= sample.size()) {
-            // The whole run of cells lies inside the source: whole runs go to the vector kernel.
-            uint32_t x = x0;
-            if (runWidth > 0 && x1 - x0 >= runWidth) {
-                const uint32_t runs = (x1 - x0) / runWidth;
-                vector->bin(sample.Address(top + 2 * int64_t{x0}), sample.Address(bottom + 2 * int64_t{x0}), runs, to,
-                            shift & 31u);
-                x += runs * runWidth;
+        uint8_t* row = out + static_cast<size_t>(y) * width * 3;
+        if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
+            // The whole row of cells lies inside the source: whole runs go to the vector kernel.
+            uint32_t x = 0;
+            if (runWidth > 0 && width >= runWidth) {
+                const uint32_t runs = width / runWidth;
+                vector->bin(sample.Address(top), sample.Address(bottom), runs, row, shift & 31u);
+                x = runs * runWidth;
             }
-            for (; x < x1; ++x) {
+            for (; x < width; ++x) {
                 const int64_t a = top + 2 * int64_t{x}, b = bottom + 2 * int64_t{x};
-                PutPixel(to + 3 * static_cast<size_t>(x - x0), sample.At(b), (sample.At(a) + sample.At(b + 1)) / 2,
+                PutPixel(row + 3 * static_cast<size_t>(x), sample.At(b), (sample.At(a) + sample.At(b + 1)) / 2,
                          sample.At(a + 1), shift);
             }
         } else {
-            for (uint32_t x = x0; x < x1; ++x) {
+            for (uint32_t x = 0; x < width; ++x) {
                 const int64_t c = 2 * static_cast<int64_t>(x);
-                PutPixel(to + 3 * static_cast<size_t>(x - x0), sample(bottom + c),
+                PutPixel(row + 3 * static_cast<size_t>(x), sample(bottom + c),
                          (sample(top + c) + sample(bottom + c + 1)) / 2, sample(top + c + 1), shift);
             }
         }
-    };
-    // An output larger than the cache that no source byte shares goes out with streaming stores,
-    // a block at a time from a scratch block (the same bytes, in the same order of rows).
-    const size_t outBytes = size_t{height - 1} * width * 3;
-    if (Streams(outBytes, Overlaps(out, outBytes, src->pData, bytes))) {
-        constexpr uint32_t kBlock = 1024;  // pixels, 3 KB
-        alignas(64) uint8_t scratch[3 * kBlock];
-        for (uint32_t y = 0; y + 1 < height; ++y)
-            for (uint32_t x0 = 0; x0 < width; x0 += kBlock) {
-                const uint32_t x1 = width - x0 > kBlock ? x0 + kBlock : width;
-                cells(y, x0, x1, scratch);
-                StreamCopy(out + (static_cast<size_t>(y) * width + x0) * 3, scratch, size_t{x1 - x0} * 3);
-            }
-        StreamFence();
-        return Status::Ok;
     }
-    for (uint32_t y = 0; y + 1 < height; ++y) cells(y, 0, width, out + static_cast<size_t>(y) * width * 3);
     return Status::Ok;
 }
 

@@ -13,7 +13,6 @@
 
 #include "bayer/fixed_rule.h"
 #include "bayer_model.h"
-#include "core/stream.h"
 #include "support/instances.h"
 #include "support/isa.h"
 
@@ -23,12 +22,6 @@ using bayermodel::Channel;
 using bayermodel::Wrap32;
 
 constexpr uint8_t kGuard = 0xA5;
-
-// While it lasts, every output is streamed (a threshold of 1 byte stands for the cache).
-struct StreamEverything {
-    StreamEverything() { qm::SetStreamingThreshold(1); }
-    ~StreamEverything() { qm::SetStreamingThreshold(0); }
-};
 
 // While it lasts, the check of the integer channel rule may evaluate every cut-off value of a
 // 16-bit sample one by one, so that small images take that rule whatever their offsets.
@@ -148,11 +141,6 @@ TEST(BayerInterpolate, ModelIntegerRule) {
     Compare<uint8_t>(MathBayerInterpolateU8, qmeTypeU8, Sums::Exact, 6, 60);
     Compare<uint16_t>(MathBayerInterpolateU16, qmeTypeU16, Sums::Exact, 7, 60);
 }
-TEST(BayerInterpolate, ModelStreamed) {
-    const StreamEverything stream;
-    Compare<uint16_t>(MathBayerInterpolateU16, qmeTypeU16, Sums::Exact, 8, 40);
-    Compare<int32_t>(MathBayerInterpolateI32, qmeTypeI32, Sums::Signed32, 9, 40);
-}
 
 // The integer form of the channel rule at the edges of its exactness argument: gains whose
 // products land on or just beside integers (where the double rounding of the exact rule decides),
@@ -232,11 +220,11 @@ TEST(BayerInterpolate, IntegerRuleTakesCommonChannels) {
 
 // Binning: output row y from source rows 2y and 2y + 1 by element index, the samples 16-bit
 // whatever the type, reading 0 past the bytes the source describes; never the last output row.
-void CompareBinning(uint64_t seed, int trials, uint32_t widest = 80) {
+void CompareBinning(uint64_t seed, int trials) {
     std::mt19937_64 rng(seed);
     for (int trial = 0; trial < trials; ++trial) {
         const bool wide = trial % 3 == 0;
-        const uint32_t w = rng() % (wide ? widest : 9), h = rng() % 9, sh = rng() % 12;
+        const uint32_t w = rng() % (wide ? 80 : 9), h = rng() % 9, sh = rng() % 12;
         const uint32_t sw = wide ? 2 * w + rng() % 3 : rng() % 12;
         const int32_t type = trial % 4 == 1 ? qmeTypeU8 : trial % 4 == 2 ? qmeTypeU32 : qmeTypeU16;
         const uint16_t shift = rng() % 40;
@@ -261,10 +249,6 @@ void CompareBinning(uint64_t seed, int trials, uint32_t widest = 80) {
     }
 }
 TEST(BayerSimple, MatchesModel) { CompareBinning(11, 300); }
-TEST(BayerSimple, MatchesModelStreamed) {
-    const StreamEverything stream;
-    CompareBinning(14, 60, 2600);  // rows of several scratch blocks
-}
 
 // The raw-pointer export over samples 10, 11, 12, ... at a pitch of 6: the first row only, uniform
 // rows after it, its last pixel re-storing remembered bytes, the last row untouched.
