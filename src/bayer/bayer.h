@@ -42,6 +42,10 @@ constexpr BayerParams ParamsOf(const BayerConstants& c, uint16_t shift) noexcept
 template <class Sample>
 Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept;
 
+// How many values the check of the channel rule's integer form may evaluate per call (tests raise
+// it to reach that form with small images); 0 restores the default, which grows with the image.
+void SetFixedRuleBudget(int64_t values) noexcept;
+
 extern template Status BayerInterpolate<uint8_t>(const QmdDataStruct*, const QmdDataStruct*,
                                                  const BayerParams&) noexcept;
 extern template Status BayerInterpolate<uint16_t>(const QmdDataStruct*, const QmdDataStruct*,

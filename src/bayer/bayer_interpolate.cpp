@@ -15,9 +15,11 @@
 // the phase 1 to 4, and any other phase repeats the row's column-0 pixel across the interior.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "bayer/bayer.h"
 #include "bayer/channel_rule.h"
@@ -181,9 +183,13 @@ template <class Sample> struct Job {
     uint8_t* out;
     BayerChannels channels;
     StoreRule rule;
-    RowLayout layout[2];                 // by row parity
-    InteriorRowFn<Sample> vectorRow[2];  // by row parity: the interior's vector kernel, or null
-    int64_t vectorWidth;                 // pixels per run of the vector kernel
+    RowLayout layout[2];  // by row parity
+    // By row parity, the interior's vector kernel for runs from an odd and from an even column, or
+    // null; one of them with the channel rule in its integer form.
+    InteriorRowFn<Sample> vectorRow[2][2];
+    int64_t vectorWidth;  // pixels per run of the vector kernel
+    FixedRowFn<Sample> fixedRow[2][2];
+    FixedChannels fixed;
 };
 
 // Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
@@ -225,6 +231,24 @@ template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) 
     }
 }
 
+// The interior of row i by a vector kernel: `runs` runs from column 1, then one more that ends at
+// column W - 2 and overlaps the last (writing the same bytes again), so that no interior column is
+// left over. `kernel` holds the kernel for runs from an odd column and the one for runs from an even
+// column (the row's layout with its columns' parities swapped). Returns W - 1, the first column
+// not written.
+template <class Kernel, class Sample, class Channels>
+QM_INLINE int64_t VectorColumns(const Kernel (&kernel)[2], const Mosaic<Sample>& m, int64_t i, int64_t runs,
+                                int64_t width, uint8_t* out, const Channels& channels) noexcept {
+    const Sample *p = m.RowAddress(i - 1), *c = m.RowAddress(i), *n = m.RowAddress(i + 1);
+    kernel[0](p, c, n, runs, out, channels);
+    const int64_t w = m.width;
+    if (const int64_t from = w - 1 - width; 1 + runs * width < w - 1) {
+        const int64_t shift = from - 1;  // the kernels start at column 1 of what they are given
+        kernel[from % 2 == 0](p + shift, c + shift, n + shift, 1, out + 3 * shift, channels);
+    }
+    return w - 1;
+}
+
 template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, h = m.height;
@@ -243,15 +267,52 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
         int64_t done = 1;  // columns [1, done) are written by the vector kernel
-        if (const InteriorRowFn<Sample> row = job.vectorRow[i % 2]; row != nullptr && runs > 0) {
-            row(m.RowAddress(i - 1), m.RowAddress(i), m.RowAddress(i + 1), runs, out, job.channels);
-            done = 1 + runs * job.vectorWidth;
+        if (runs > 0) {
+            const int parity = static_cast<int>(i % 2);
+            if (job.fixedRow[parity][0] != nullptr)
+                done = VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, out, job.fixed);
+            else if (job.vectorRow[parity][0] != nullptr)
+                done = VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, out, job.channels);
         }
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }
 
+// The table index of a row layout's kernel for runs from an odd column, or from an even one: the
+// layout with the native colours of its odd and even columns swapped.
+int LayoutIndex(RowLayout layout, int even) noexcept {
+    constexpr RowLayout kSwapped[4] = {RowLayout::RedGreenR, RowLayout::GreenBBlue, RowLayout::BlueGreenB,
+                                       RowLayout::GreenRRed};
+    return static_cast<int>(even != 0 ? kSwapped[static_cast<int>(layout)] : layout);
+}
+
+std::atomic<int64_t> g_fixedBudget{0};
+
+// The integer form of the three channels, when the sample type has its kernels here, the rows are
+// wide enough for a run and the form checks out within the budget: a few thousand values, more
+// for larger images, so the check stays a small part of the call.
+template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& vector, bool shifted) noexcept {
+    const FixedRowFn<Sample>* rows = vector.fixed.template For<Sample>();
+    if (rows == nullptr || vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
+    const int64_t pixels = job.mosaic.width * job.mosaic.height, set = g_fixedBudget.load(std::memory_order_relaxed);
+    int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
+    const int32_t high = std::numeric_limits<Sample>::max();
+    const BayerChannels& ch = job.channels;
+    if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue) ||
+        !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green) ||
+        !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red))
+        return false;
+    for (int parity = 0; parity < 2; ++parity)
+        if (job.layout[parity] != RowLayout::Repeat)
+            for (int even = 0; even < 2; ++even)
+                job.fixedRow[parity][even] = rows[LayoutIndex(job.layout[parity], even)];
+    job.vectorWidth = vector.fixed.width;
+    return true;
+}
+
 }  // namespace
+
+void SetFixedRuleBudget(int64_t values) noexcept { g_fixedBudget.store(values, std::memory_order_relaxed); }
 
 template <class Sample>
 Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, const BayerParams& params) noexcept {
@@ -284,14 +345,18 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                     ch,
                     static_cast<StoreRule>(2 * shifted + narrow),
                     {kLayouts[phase][0], kLayouts[phase][1]},
-                    {nullptr, nullptr},
-                    0};
+                    {},
+                    0,
+                    {},
+                    {}};
     const VectorRows* vector = ActiveVectorRows();
-    if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {
+    if (vector != nullptr && UseFixedRule(job, *vector, shifted)) {
+    } else if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {
         const bool wide = !(narrow && signedMultiplicands);
         for (int parity = 0; parity < 2; ++parity)
             if (job.layout[parity] != RowLayout::Repeat)
-                job.vectorRow[parity] = rows->row[shifted][wide][static_cast<int>(job.layout[parity])];
+                for (int even = 0; even < 2; ++even)
+                    job.vectorRow[parity][even] = rows->row[shifted][wide][LayoutIndex(job.layout[parity], even)];
         job.vectorWidth = vector->width;
     }
     ReconstructBody(job);

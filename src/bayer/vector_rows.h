@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "bayer/channel_rule.h"
+#include "bayer/fixed_rule.h"
 #include "core/cpu.h"
 
 namespace qm {
@@ -29,12 +30,34 @@ template <class Sample> struct InteriorRows { InteriorRowFn<Sample> row[2][2][4]
 using BinRowFn = void (*)(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out,
                           uint32_t shift) noexcept;
 
+// Writes `groups` runs of FixedRows::width interior pixels of a row like InteriorRowFn, with the
+// channel rule in its integer form (bayer/fixed_rule.h).
+template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups,
+                                                    uint8_t* out, const FixedChannels& channels) noexcept;
+
+// [row layout, as RowLayout]; null where the instruction set has no such kernel.
+struct FixedRows {
+    int32_t width;  // pixels per run
+    FixedRowFn<uint8_t> u8[4];
+    FixedRowFn<uint16_t> u16[4];
+
+    template <class Sample> const FixedRowFn<Sample>* For() const noexcept {
+        if constexpr (std::is_same_v<Sample, uint8_t>)
+            return u8;
+        else if constexpr (std::is_same_v<Sample, uint16_t>)
+            return u16;
+        else
+            return nullptr;
+    }
+};
+
 struct VectorRows {
     int32_t width;  // pixels per run
     InteriorRows<uint8_t> u8;
     InteriorRows<uint16_t> u16;
     InteriorRows<int16_t> i16;
     BinRowFn bin;
+    FixedRows fixed;
 
     template <class Sample> const InteriorRows<Sample>* Interior() const noexcept {
         if constexpr (std::is_same_v<Sample, uint8_t>)

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The vector row kernels for AVX-512 (F, BW, DQ, VL) with FMA (flags from the build: *_avx512.cpp).
+// The vector row kernels for AVX-512 (F, BW, DQ, VL) with FMA (flags from the build: *_avx512.cpp),
+// and the interior of 8- and 16-bit mosaics with the channel rule in its integer form, 32 pixels
+// a step in 16-bit lanes.
 #if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__)
 #error "built without the AVX-512 flags"
 #endif
@@ -9,11 +11,163 @@
 #include <cstring>
 
 #include "bayer/channel_rule.h"
+#include "bayer/fixed_rule.h"
 #include "bayer/lanes_avx512.h"
 #include "bayer/native_colour.h"
 #include "bayer/vector_rows.h"
 #include "bayer/vector_rows_body.h"
 
 namespace qm {
-extern constinit const VectorRows kVectorRowsAvx512 = RowKernels<Avx512Lanes>::kTable;
+namespace {
+
+struct FixedKernels {
+    using V = __m512i;
+    static constexpr int kWidth = 32;
+
+    QM_INLINE static V Load(const uint8_t* p) noexcept {
+        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+    }
+    QM_INLINE static V Load(const uint16_t* p) noexcept { return _mm512_loadu_si512(p); }
+
+    // floor((a + b) / 2) of 16-bit lanes, and (a + b) mod 2 in `odd`: the rounding average less the
+    // carried-in one where the sum is odd.
+    QM_INLINE static V Half(V a, V b, V one, V& odd) noexcept {
+        odd = _mm512_ternarylogic_epi32(a, b, one, 0x28);  // (a ^ b) & 1
+        return _mm512_sub_epi16(_mm512_avg_epu16(a, b), odd);
+    }
+    // floor((a + b + c + d) / 4) from x = floor((a + b) / 2), y = floor((c + d) / 2) and the two
+    // remainders: floor((x + y + 1) / 2) when both remainders are 1, else floor((x + y) / 2).
+    QM_INLINE static V Quarter(V x, V oddX, V y, V oddY, V one) noexcept {
+        const V notBoth = _mm512_ternarylogic_epi32(oddX, oddY, one, 0x2A);  // ~(oddX & oddY) & 1
+        return _mm512_sub_epi16(_mm512_avg_epu16(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
+    }
+
+    struct Channel {
+        V cutFrom, cutByte, sub, limit, mulHigh, mulLow;
+        __m128i up;
+    };
+    QM_INLINE static Channel Broadcast(const FixedChannel& c) noexcept {
+        return {_mm512_set1_epi16(static_cast<int16_t>(c.cutFrom)),
+                _mm512_set1_epi16(static_cast<int16_t>(c.cutByte)),
+                _mm512_set1_epi16(static_cast<int16_t>(c.sub)),
+                _mm512_set1_epi16(static_cast<int16_t>(c.limit)),
+                _mm512_set1_epi16(static_cast<int16_t>(c.mulHigh)),
+                _mm512_set1_epi16(static_cast<int16_t>(c.mulLow)),
+                _mm_cvtsi32_si128(c.up)};
+    }
+    // ApplyFixed lane by lane.
+    QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
+        const __mmask32 cut = _mm512_cmplt_epu16_mask(x, c.cutFrom);
+        const V t = _mm512_sll_epi16(_mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit), c.up);
+        // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
+        const V low = _mm512_mulhi_epu16(t, c.mulLow);
+        const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
+        V high = _mm512_mulhi_epu16(t, c.mulHigh);
+        high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
+        return _mm512_mask_mov_epi16(_mm512_min_epu16(high, _mm512_set1_epi16(255)), cut, c.cutByte);
+    }
+
+    // Blue, green and red bytes (16-bit lanes below 256) stored as 32 pixels, 96 bytes: a pixel a
+    // 32-bit lane, its three bytes gathered at the bottom of each 16-byte block, then the blocks'
+    // 12-byte heads joined across the two vectors (no masked stores, which are slow here).
+    QM_INLINE static void Store(uint8_t* out, V b, V g, V r) noexcept {
+        const V bg = _mm512_or_si512(b, _mm512_slli_epi16(g, 8));
+        const V first = _mm512_set_epi16(47, 15, 46, 14, 45, 13, 44, 12, 43, 11, 42, 10, 41, 9, 40, 8, 39, 7, 38, 6, 37,
+                                         5, 36, 4, 35, 3, 34, 2, 33, 1, 32, 0);
+        const V second = _mm512_add_epi16(first, _mm512_set1_epi16(16));
+        StorePixels(out, _mm512_permutex2var_epi16(bg, first, r), _mm512_permutex2var_epi16(bg, second, r));
+    }
+    // 32 pixels, one a 32-bit lane with its bytes at the bottom: 96 bytes.
+    QM_INLINE static void StorePixels(uint8_t* out, V pixels0, V pixels1) noexcept {
+        const V bytes = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+        const V low = _mm512_shuffle_epi8(pixels0, bytes);
+        const V high = _mm512_shuffle_epi8(pixels1, bytes);
+        const V head = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20);
+        const V tail = _mm512_setr_epi32(5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0, 0, 0, 0, 0);
+        _mm512_storeu_si512(out, _mm512_permutex2var_epi32(low, head, high));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 64),
+                            _mm512_castsi512_si256(_mm512_permutexvar_epi32(tail, high)));
+    }
+
+    template <class Sample, RowLayout Layout> static void Interior(const Sample* p, const Sample* c, const Sample* n,
+                                                                   int64_t groups, uint8_t* out,
+                                                                   const FixedChannels& ch) noexcept {
+        // A run starts at an odd column: even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
+        const Channel blue = Broadcast(ch.blue), green = Broadcast(ch.green), red = Broadcast(ch.red);
+        const V one = _mm512_set1_epi16(1);
+        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
+            V means[kMeans];
+            means[kOwn] = Load(c + j);
+            if constexpr (sizeof(Sample) == 1) {
+                // Four 8-bit samples sum to at most 1020: plain 16-bit sums.
+                const V across = _mm512_add_epi16(Load(c + j - 1), Load(c + j + 1));
+                const V vertical = _mm512_add_epi16(Load(p + j), Load(n + j));
+                const V diagonal = _mm512_add_epi16(_mm512_add_epi16(Load(p + j - 1), Load(p + j + 1)),
+                                                    _mm512_add_epi16(Load(n + j - 1), Load(n + j + 1)));
+                means[kCross] = _mm512_srli_epi16(_mm512_add_epi16(across, vertical), 2);
+                means[kDiagonal] = _mm512_srli_epi16(diagonal, 2);
+                means[kAcross] = _mm512_srli_epi16(across, 1);
+                means[kVertical] = _mm512_srli_epi16(vertical, 1);
+            } else {
+                // 16-bit samples: halves and quarters from rounding averages and the sums' low bits.
+                V oddAcross, oddVertical, oddAbove, oddBelow;
+                means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+                means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+                means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+                const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+                const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+                means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+            }
+            const V b = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue, one);
+            const V g = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]), green, one);
+            const V r = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]), red, one);
+            Store(out + 3 * j, b, g, r);
+        }
+    }
+
+    // Binning, 32 cells a step with the unmasked store above; an odd group of 16 goes to the
+    // common kernel. A 32-bit word of a row holds a cell's even (low half) and odd (high half)
+    // sample; the store keeps the low byte of each channel.
+    static void Bin(const uint16_t* top, const uint16_t* bottom, int64_t groups, uint8_t* out,
+                    uint32_t shift) noexcept {
+        const __m128i count = _mm_cvtsi32_si128(static_cast<int>(shift));
+        const V low = _mm512_set1_epi32(0xFFFF);
+        const auto cells = [&](const uint16_t* a, const uint16_t* b) noexcept {
+            const V x = _mm512_loadu_si512(a), y = _mm512_loadu_si512(b);
+            const V blue = _mm512_srl_epi32(_mm512_and_si512(y, low), count);
+            const V green = _mm512_srl_epi32(
+                _mm512_srli_epi32(_mm512_add_epi32(_mm512_and_si512(x, low), _mm512_srli_epi32(y, 16)), 1), count);
+            const V red = _mm512_srl_epi32(_mm512_srli_epi32(x, 16), count);
+            // b | g << 8 | r << 16 in the three low bytes; the fourth is not stored.
+            return _mm512_ternarylogic_epi32(_mm512_and_si512(blue, _mm512_set1_epi32(0xFF)),
+                                             _mm512_slli_epi32(_mm512_and_si512(green, _mm512_set1_epi32(0xFF)), 8),
+                                             _mm512_slli_epi32(red, 16), 0xFE);
+        };
+        int64_t g = 0;
+        for (; g + 2 <= groups; g += 2, top += 64, bottom += 64, out += 96)
+            StorePixels(out, cells(top, bottom), cells(top + 32, bottom + 32));
+        if (g < groups) RowKernels<Avx512Lanes>::Bin(top, bottom, 1, out, shift);
+    }
+
+    template <class Sample> static constexpr void Fill(FixedRowFn<Sample>* row) noexcept {
+        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<Sample, RowLayout::GreenRRed>;
+        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<Sample, RowLayout::BlueGreenB>;
+        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<Sample, RowLayout::GreenBBlue>;
+        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<Sample, RowLayout::RedGreenR>;
+    }
+    static constexpr VectorRows Table() noexcept {
+        VectorRows table = RowKernels<Avx512Lanes>::kTable;
+        table.fixed.width = kWidth;
+        Fill<uint8_t>(table.fixed.u8);
+        Fill<uint16_t>(table.fixed.u16);
+        table.bin = &Bin;
+        return table;
+    }
+};
+
+}  // namespace
+
+extern constinit const VectorRows kVectorRowsAvx512 = FixedKernels::Table();
 }  // namespace qm

@@ -112,8 +112,8 @@ template <class L> struct RowKernels {
         }
     }
 
-    static constexpr VectorRows kTable = {L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(),
-                                          MakeInterior<int16_t>(), &Bin};
+    static constexpr VectorRows kTable = {
+        L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(), MakeInterior<int16_t>(), &Bin, {}};
 };
 
 }  // namespace

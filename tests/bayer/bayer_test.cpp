@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "bayer/fixed_rule.h"
 #include "bayer_model.h"
 #include "support/instances.h"
 #include "support/isa.h"
@@ -21,6 +22,13 @@ using bayermodel::Channel;
 using bayermodel::Wrap32;
 
 constexpr uint8_t kGuard = 0xA5;
+
+// While it lasts, the check of the integer channel rule may evaluate every cut-off value of a
+// 16-bit sample one by one, so that small images take that rule whatever their offsets.
+struct CheckEveryValue {
+    CheckEveryValue() { qm::SetFixedRuleBudget(int64_t{1} << 20); }
+    ~CheckEveryValue() { qm::SetFixedRuleBudget(0); }
+};
 
 // How a member sums its samples: 8- and 16-bit exactly, 32-bit wrapped and divided as the type divides.
 enum class Sums { Exact, Unsigned32, Signed32 };
@@ -93,9 +101,10 @@ qm::BayerParams RandomParams(std::mt19937_64& rng, uint16_t phase, bool shifted)
 
 // Sizes 1 to 3 each way, widths across several vector runs and their remainders, and rows longer
 // than the reconstruction's chunk; samples small, near the maximum or anywhere in the type.
-template <class Sample, class Member> void Compare(Member member, int32_t type, Sums sums, uint64_t seed) {
+template <class Sample, class Member>
+void Compare(Member member, int32_t type, Sums sums, uint64_t seed, int trials = 120) {
     std::mt19937_64 rng(seed);
-    for (int trial = 0; trial < 120; ++trial) {
+    for (int trial = 0; trial < trials; ++trial) {
         const uint32_t w = trial < 9 ? 1 + trial % 3 : trial % 10 == 0 ? 250 + rng() % 20 : 1 + rng() % 72;
         const uint32_t h = trial < 9 ? 1 + trial / 3 : 1 + rng() % 9;
         const int mode = static_cast<int>(rng() % 3);
@@ -127,12 +136,93 @@ TEST(BayerInterpolate, ModelU16) { Compare<uint16_t>(MathBayerInterpolateU16, qm
 TEST(BayerInterpolate, ModelI16) { Compare<int16_t>(MathBayerInterpolateI16, qmeTypeI16, Sums::Exact, 3); }
 TEST(BayerInterpolate, ModelU32) { Compare<uint32_t>(MathBayerInterpolateU32, qmeTypeU32, Sums::Unsigned32, 4); }
 TEST(BayerInterpolate, ModelI32) { Compare<int32_t>(MathBayerInterpolateI32, qmeTypeI32, Sums::Signed32, 5); }
+TEST(BayerInterpolate, ModelIntegerRule) {
+    const CheckEveryValue budget;
+    Compare<uint8_t>(MathBayerInterpolateU8, qmeTypeU8, Sums::Exact, 6, 60);
+    Compare<uint16_t>(MathBayerInterpolateU16, qmeTypeU16, Sums::Exact, 7, 60);
+}
+
+// The integer form of the channel rule at the edges of its exactness argument: gains whose
+// products land on or just beside integers (where the double rounding of the exact rule decides),
+// gains of 1 and above (the multiplier shifted up), a gain just below 1 that the check must refuse,
+// offsets at the cut-off's ends, shifts of 0, 31 and 32; samples at the type's largest values and
+// next to the offsets; widths around the 32-pixel run, every phase, every instruction set.
+template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
+    const CheckEveryValue budget;
+    constexpr int32_t kMax = std::numeric_limits<Sample>::max();
+    const struct {
+        double gain;
+        int32_t offset;
+        uint16_t shift;
+    } cases[] = {
+        {0.9, 0, 0},        {0.9, 0, 4},    {0.9, 64, 0},   {0.9, 64, 4},  {0.7, 0, 0},      {0.1, 3, 1},
+        {1.1, 0, 2},        {1.0, 0, 0},    {4.0, 0, 0},    {255.0, 1, 0}, {1.0 / 3, 0, 31}, {1.0 - 0x1p-40, 0, 0},
+        {0.5, kMax - 1, 3}, {0.5, kMax, 0}, {2.0, 200, 32}, {0.0, 7, 0},   {1e-4, 0, 0},     {3000.0, 0, 5},
+    };
+    std::mt19937_64 rng(seed);
+    for (const uint32_t w : {33u, 34u, 35u, 36u, 65u, 66u, 67u, 98u})
+        for (const auto& c : cases) {
+            const uint32_t h = 3 + rng() % 3;
+            std::vector<Sample> mosaic(static_cast<size_t>(w) * h);
+            for (Sample& s : mosaic) {
+                const int pick = static_cast<int>(rng() % 4);
+                const int64_t near =
+                    std::clamp<int64_t>(int64_t{c.offset} + static_cast<int64_t>(rng() % 5) - 2, 0, kMax);
+                s = static_cast<Sample>(pick == 0 ? kMax : pick == 1 ? near : pick == 2 ? kMax - rng() % 3 : rng());
+            }
+            const Mosaic model{{mosaic.begin(), mosaic.end()}, w, h, Sums::Exact};
+            QmdDataStruct src = qmtest::Describe(mosaic, w, h, type);
+            for (uint16_t phase : {1, 2, 3, 4}) {
+                // The channels get the case, and the case with its gain halved and doubled.
+                const qm::BayerParams p{
+                    c.shift, {c.gain, c.gain / 2, c.gain * 2}, {c.offset, c.offset, c.offset}, phase};
+                std::vector<uint8_t> expected(3 * (size_t{w} * h + 8), kGuard);
+                Interpolate(expected, model, p);
+                qmtest::OnEveryIsa([&](qm::Isa) {
+                    std::vector<uint8_t> out(expected.size(), kGuard);
+                    QmdDataStruct dst = qmtest::Describe(out, w, h, qmeTypeRgb24);
+                    const auto member =
+                        sizeof(Sample) == 1 ? qm::BayerInterpolate<uint8_t> : qm::BayerInterpolate<uint16_t>;
+                    ASSERT_EQ(member(&dst, &src, p), qm::Status::Ok);
+                    ASSERT_EQ(out, expected) << w << 'x' << h << " gain " << c.gain << " offset " << c.offset
+                                             << " shift " << c.shift << " phase " << phase;
+                });
+            }
+        }
+}
+TEST(BayerInterpolate, IntegerRuleEdgesU8) { CompareEdges<uint8_t>(qmeTypeU8, 12); }
+TEST(BayerInterpolate, IntegerRuleEdgesU16) { CompareEdges<uint16_t>(qmeTypeU16, 13); }
+
+// Which channels the integer form takes under the budget of a 2048 x 2048 frame: the gains and
+// black levels cameras use must not fall back to the slower path; gains it cannot represent must.
+TEST(BayerInterpolate, IntegerRuleTakesCommonChannels) {
+    const struct {
+        double gain;
+        int32_t offset;
+        bool shifted;
+        uint32_t shift;
+        int32_t high;
+        bool taken;
+    } cases[] = {
+        {0.9, 0, false, 0, 65535, true},          {0.9, 64, false, 0, 65535, true}, {0.9, 0, true, 4, 65535, true},
+        {1.8374, 256, true, 4, 65535, true},      {0.9, 0, false, 0, 255, true},    {2.5, 16, true, 1, 255, true},
+        {-1.0, 0, false, 0, 255, false},          {NAN, 0, true, 1, 255, false},    {1e6, 0, false, 0, 65535, false},
+        {1.0 - 0x1p-40, 0, false, 0, 255, false}, {0.9, -5, false, 0, 255, false},
+    };
+    for (const auto& c : cases) {
+        const qm::BayerChannel channel{c.gain, c.offset, c.offset};
+        int64_t budget = 2048 * 2048 / 16;
+        qm::FixedChannel fixed{};
+        EXPECT_EQ(qm::MakeFixedChannel(channel, c.shifted, c.shift, c.high, budget, fixed), c.taken)
+            << c.gain << ' ' << c.offset << ' ' << c.shift;
+    }
+}
 
 // Binning: output row y from source rows 2y and 2y + 1 by element index, the samples 16-bit
 // whatever the type, reading 0 past the bytes the source describes; never the last output row.
-TEST(BayerSimple, MatchesModel) {
-    std::mt19937_64 rng(11);
-    for (int trial = 0; trial < 300; ++trial) {
+void CompareBinning(uint64_t seed, int trials) {
+    std::mt19937_64 rng(seed);
+    for (int trial = 0; trial < trials; ++trial) {
         const bool wide = trial % 3 == 0;
         const uint32_t w = rng() % (wide ? 80 : 9), h = rng() % 9, sh = rng() % 12;
         const uint32_t sw = wide ? 2 * w + rng() % 3 : rng() % 12;
@@ -158,6 +248,7 @@ TEST(BayerSimple, MatchesModel) {
         });
     }
 }
+TEST(BayerSimple, MatchesModel) { CompareBinning(11, 300); }
 
 // The raw-pointer export over samples 10, 11, 12, ... at a pitch of 6: the first row only, uniform
 // rows after it, its last pixel re-storing remembered bytes, the last row untouched.
