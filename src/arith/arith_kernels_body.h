@@ -230,27 +230,16 @@ template <class B> constexpr void SetOperand(Kernels& k, int32_t type) noexcept 
 
 constexpr Kernels MakeKernels() noexcept {
     Kernels k{};
-    SetOperand<int8_t>(k, kI8);
-    SetOperand<int16_t>(k, kI16);
-    SetOperand<int32_t>(k, kI32);
-    SetOperand<float>(k, kF32);
-    SetOperand<double>(k, kF64);
-    SetOperand<uint8_t>(k, kU8);
-    SetOperand<uint16_t>(k, kU16);
-    SetOperand<int32_t>(k, kU32);  // U32 operands are read as I32
+    ForEachReadType([&k]<class B>(int32_t type) {
+        SetOperand<B>(k, type);
+        SetDirect<B>(k, type);
+    });
     k.divide[kI8] = &DivideBlock<int8_t>;
     k.divide[kI16] = &DivideBlock<int16_t>;
     k.divide[kI32] = &DivideBlock<int32_t>;
     k.divide[kU8] = &DivideBlock<uint8_t>;
     k.divide[kU16] = &DivideBlock<uint16_t>;
     k.divide[kU32] = &DivideBlock<uint32_t>;
-    SetDirect<int8_t>(k, kI8);
-    SetDirect<int16_t>(k, kI16);
-    SetDirect<int32_t>(k, kI32);
-    SetDirect<float>(k, kF32);
-    SetDirect<double>(k, kF64);
-    SetDirect<uint8_t>(k, kU8);
-    SetDirect<uint16_t>(k, kU16);
     k.direct[kDivide][kI32][kI32] = &WordDivide;
     return k;
 }

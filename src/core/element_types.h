@@ -70,4 +70,17 @@ template <> struct ElementOf<kU16> { using type = uint16_t; };
 template <> struct ElementOf<kU32> { using type = uint32_t; };
 template <int32_t Code> using Element = typename ElementOf<Code>::type;
 
+// fn.template operator()<S>(code) for every element type code, S being the type the engines read
+// that code's elements as: for the kernel tables, which fill one entry per source type.
+template <class Fn> constexpr void ForEachReadType(Fn&& fn) noexcept {
+    fn.template operator()<int8_t>(kI8);
+    fn.template operator()<int16_t>(kI16);
+    fn.template operator()<int32_t>(kI32);
+    fn.template operator()<float>(kF32);
+    fn.template operator()<double>(kF64);
+    fn.template operator()<uint8_t>(kU8);
+    fn.template operator()<uint16_t>(kU16);
+    fn.template operator()<int32_t>(kU32);  // U32 elements are read as I32
+}
+
 }  // namespace qm

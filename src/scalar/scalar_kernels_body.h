@@ -300,26 +300,12 @@ constexpr void FillExact(ExactFn (&row)[9], std::integer_sequence<int32_t, Code.
 template <class Op> constexpr void SetExact(Kernels& k) noexcept {
     const int op = static_cast<int>(ExactOf<Op>);
     FillExact<Op>(k.scaled[op], std::integer_sequence<int32_t, kI8, kI16, kI32, kF32, kF64, kU8, kU16, kU32>{});
-    SetExactLanes<Op, int8_t>(k.lanes[op][kI8]);
-    SetExactLanes<Op, int16_t>(k.lanes[op][kI16]);
-    SetExactLanes<Op, int32_t>(k.lanes[op][kI32]);
-    SetExactLanes<Op, float>(k.lanes[op][kF32]);
-    SetExactLanes<Op, double>(k.lanes[op][kF64]);
-    SetExactLanes<Op, uint8_t>(k.lanes[op][kU8]);
-    SetExactLanes<Op, uint16_t>(k.lanes[op][kU16]);
-    SetExactLanes<Op, int32_t>(k.lanes[op][kU32]);  // U32 sources are read as I32
+    ForEachReadType([&k, op]<class S>(int32_t type) { SetExactLanes<Op, S>(k.lanes[op][type]); });
 }
 
 constexpr Kernels MakeKernels() noexcept {
     Kernels k{};
-    SetForms<int8_t>(k, kI8);
-    SetForms<int16_t>(k, kI16);
-    SetForms<int32_t>(k, kI32);
-    SetForms<float>(k, kF32);
-    SetForms<double>(k, kF64);
-    SetForms<uint8_t>(k, kU8);
-    SetForms<uint16_t>(k, kU16);
-    SetForms<int32_t>(k, kU32);  // U32 sources are read as I32
+    ForEachReadType([&k]<class S>(int32_t type) { SetForms<S>(k, type); });
     SetExact<AddOp>(k);
     SetExact<MulOp>(k);
     SetExact<DivOp>(k);
