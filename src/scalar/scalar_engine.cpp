@@ -84,11 +84,22 @@ template <bool kRoot> constexpr LastFn kLast[9] = {
 
 // What one call runs over each block.
 struct Plan {
-    enum class Path : uint8_t { Double, Integer, Narrow, ExactLanes, Scaled, Digits, Log10, Last } path = Path::Double;
+    enum class Path : uint8_t {
+        Double,
+        Bounds,
+        Integer,
+        Narrow,
+        ExactLanes,
+        Scaled,
+        Digits,
+        Log10,
+        Last
+    } path = Path::Double;
     scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
     scalar::Constants c{};
     scalar::IntFormFn integer = nullptr;  // Integer: wrapping add or multiply by ci (add 0 to convert)
     uint32_t ci = 0;
+    scalar::IntBoundsFn bounds = nullptr;  // Bounds: clip or band mask in integer lanes
     scalar::NarrowFn narrow = nullptr;     // Narrow: the quotient in singles
     scalar::ExactLanesFn lanes = nullptr;  // ExactLanes: evaluation and store, from the source
     scalar::ExactFn scaled = nullptr;      // Scaled: evaluation and store
@@ -134,13 +145,16 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
     Plan p;
     switch (op) {
         case qmeProcessClip:
-            p.form = k.form[srcType][static_cast<int>(Form::Clip)];
+        case 500: {
+            const bool band = op == 500;
             p.c = {a, b};
+            p.bounds = k.bounds[band ? 1 : 0][srcType][dstType];  // 8- and 16-bit sources
+            if (p.bounds != nullptr)
+                p.path = Plan::Path::Bounds;
+            else
+                p.form = k.form[srcType][static_cast<int>(band ? Form::Band : Form::Clip)];
             return p;
-        case 500:
-            p.form = k.form[srcType][static_cast<int>(Form::Band)];
-            p.c = {a, b};
-            return p;
+        }
         case 501: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, a), srcType, dstType, a);
         case 502: return Arithmetic(k, Form::Add, ExactOp::Add, scalar::ChooseAdd(src, dst, -a), srcType, dstType, -a);
         case 503: return Arithmetic(k, Form::Mul, ExactOp::Mul, scalar::ChooseMul(src, dst, a), srcType, dstType, a);
@@ -218,6 +232,7 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
         unsigned char* d = stream ? scratch : dst + i0 * ds;
         switch (p.path) {
             case Plan::Path::Integer: p.integer(s, m, d, p.ci); break;
+            case Plan::Path::Bounds: p.bounds(s, m, d, p.c); break;
             case Plan::Path::Narrow: p.narrow(s, m, d, p.c.a); break;
             case Plan::Path::ExactLanes: p.lanes(s, m, p.c.a, d); break;
             case Plan::Path::Scaled:

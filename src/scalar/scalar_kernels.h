@@ -36,6 +36,9 @@ using IntFormFn = void (*)(const unsigned char* src, size_t n, unsigned char* ds
 // 8- and 16-bit integer sources into integer destinations: x / a (or 1 / x, 0 for x = 0) divided in
 // singles and truncated, straight into the destination (divide_reciprocal.h says when).
 using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, double a) noexcept;
+// Clip and band mask of 8- and 16-bit integer sources, in integer lanes straight into the
+// destination (integers and F32).
+using IntBoundsFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, Constants c) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
 // Exact and Exact32 evaluations in vector lanes, straight from the source, into F32 and integers.
 using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept;
@@ -53,6 +56,7 @@ struct Kernels {
     DigitsFn digits[9][9];   // [source][destination], integer types only
     IntFormFn intAdd[9][9];  // [source][destination], integer types only
     IntFormFn intMul[9][9];
+    IntBoundsFn bounds[2][9][9];                          // [clip, band][source][destination], where they apply
     NarrowFn narrow[2][9][9];                             // [divide, reciprocal][source][destination], where they apply
     ExactFn scaled[static_cast<int>(ExactOp::Count)][9];  // [operation][destination]
     ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][2][9];  // [operation][source][Exact, Exact32][destination]

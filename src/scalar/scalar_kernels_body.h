@@ -170,6 +170,58 @@ void NarrowQuotient(const unsigned char* src, size_t n, unsigned char* dst, doub
     }
 }
 
+// Clip (kBand false) and band mask of 8- and 16-bit integer sources in int32 lanes, by the integer
+// thresholds of clip_band.h, into an integer D (its low bits) or F32: no block of doubles.
+template <class S, bool kBand, class D>
+void IntegerBoundsForm(const unsigned char* src, size_t n, unsigned char* dst, Constants c) noexcept {
+    const IntegerBounds t = IntegerBoundsOf(c.a, c.b);
+    using Lane = std::conditional_t<std::is_same_v<D, float>, float, int32_t>;
+    using V = std::conditional_t<std::is_same_v<D, float>, VF, VS>;
+    const auto stored = [](double v) {  // A or B through the store rule, as a lane value
+        if constexpr (std::is_same_v<D, float>)
+            return StoreFloat<float>(v);
+        else
+            return static_cast<int32_t>(StoreFloat<D>(v));
+    };
+    const Lane sa = stored(c.a), sb = stored(c.b);
+    const auto rule = [&](auto x, auto value) {  // x as int32 (lanes or one), value as a lane value
+        if constexpr (kBand) {
+            using R = decltype(value);
+            return ((x >= t.aboveA) & (x < t.belowB)) ? R{} + Lane{1} : R{};
+        } else {
+            return x < t.atLeastA ? decltype(value){} + sa : (x >= t.aboveB ? decltype(value){} + sb : value);
+        }
+    };
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
+        V r;
+        if constexpr (std::is_same_v<D, float>)
+            r = rule(x, __builtin_convertvector(x, VF));
+        else
+            r = rule(x, x);
+        if constexpr (std::is_same_v<D, float>)
+            std::memcpy(dst + i * sizeof(D), &r, sizeof r);
+        else
+            StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(r));
+    }
+    for (; i < n; ++i) {
+        const auto x = static_cast<int32_t>(LoadAt<S>(src, i));
+        const Lane r = kBand ? (x >= t.aboveA && x < t.belowB ? Lane{1} : Lane{0})
+                             : (x < t.atLeastA  ? sa
+                                : x >= t.aboveB ? sb
+                                                : static_cast<Lane>(x));
+        StoreAt<D>(dst, i, static_cast<D>(r));
+    }
+}
+
+template <class S, bool kBand> constexpr void SetIntegerBounds(IntBoundsFn (&row)[9]) noexcept {
+    row[kF32] = &IntegerBoundsForm<S, kBand, float>;
+    row[kI8] = row[kU8] = &IntegerBoundsForm<S, kBand, uint8_t>;
+    row[kI16] = row[kU16] = &IntegerBoundsForm<S, kBand, uint16_t>;
+    row[kI32] = row[kU32] = &IntegerBoundsForm<S, kBand, uint32_t>;
+}
+
 template <class S, class D> constexpr void SetIntegerPair(Kernels& k, int32_t type, int32_t dstType) noexcept {
     k.digits[type][dstType] = &CountDigits<S, D>;
     k.intAdd[type][dstType] = &IntegerForm<S, AddOp, D>;
@@ -200,6 +252,8 @@ template <class S> constexpr void SetForms(Kernels& k, int32_t type) noexcept {
     if constexpr (std::is_integral_v<S> && sizeof(S) <= 2) {
         k.narrow[0][type][kF32] = &NarrowQuotient<S, float, false>;
         k.narrow[1][type][kF32] = &NarrowQuotient<S, float, true>;
+        SetIntegerBounds<S, false>(k.bounds[0][type]);
+        SetIntegerBounds<S, true>(k.bounds[1][type]);
     }
 }
 
