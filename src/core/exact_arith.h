@@ -29,21 +29,25 @@ struct ExactValue {
     double tail = 0.0;
 };
 
-QM_INLINE ExactValue TwoSum(double a, double b) noexcept {
-    const double s = a + b;
-    const double bb = s - a;
-    return {s, (a - (s - bb)) + (b - bb), 0.0};
+// The rounding error of s = a + b, exactly, written over a value type V (a double, or a vector of
+// doubles in the kernels' lanes).
+template <class V> QM_INLINE V SumError(V a, V b, V s) noexcept {
+    const V bb = s - a;
+    return (a - (s - bb)) + (b - bb);
 }
 
-// Splits v into a high part of 26 significant bits and the remainder, both exact.
-struct Halves {
-    double hi;
-    double lo;
-};
-QM_INLINE Halves Split(double v) noexcept {
-    const double c = 134217729.0 * v;  // 2^27 + 1
-    const double hi = c - (c - v);
-    return {hi, v - hi};
+QM_INLINE ExactValue TwoSum(double a, double b) noexcept {
+    const double s = a + b;
+    return {s, SumError(a, b, s), 0.0};
+}
+
+// The rounding error of p = x * a, exactly, without a fused multiply-add: each factor split into
+// a high part of 26 significant bits and the rest (both exact), and the partial products summed.
+template <class V> QM_INLINE V ProductErrorBySplit(V x, V a, V p) noexcept {
+    const V cx = 134217729.0 * x, ca = 134217729.0 * a;  // 2^27 + 1
+    const V xh = cx - (cx - x), ah = ca - (ca - a);
+    const V xl = x - xh, al = a - ah;
+    return ((xh * ah - p) + xh * al + xl * ah) + xl * al;
 }
 
 // x * a as hi + lo exactly. kFma: the hardware fused multiply-add gives the error in one step
@@ -53,10 +57,7 @@ template <bool kFma> QM_INLINE ExactValue TwoProduct(double x, double a) noexcep
     if constexpr (kFma) {
         return {p, std::fma(x, a, -p), 0.0};
     } else {
-        const Halves xs = Split(x);
-        const Halves as = Split(a);
-        const double err = ((xs.hi * as.hi - p) + xs.hi * as.lo + xs.lo * as.hi) + xs.lo * as.lo;
-        return {p, err, 0.0};
+        return {p, ProductErrorBySplit(x, a, p), 0.0};
     }
 }
 

@@ -13,16 +13,16 @@
 // AVX-512 rounds toward zero within the instruction, and tells inexact lanes by the error of that
 // rounding (a residual computed with a fused multiply-add, exact for a product or quotient
 // rounded either way) or by rounding up and down. The other sets form the error-free
-// transformations of core/exact_arith.h (TwoSum, TwoProduct, the quotient and its remainder) lane
-// by lane and move hi to its odd neighbour towards v, as RoundToFloat does; that value serves both
-// stores. Valid in the ranges where those transformations are exact, which the callers establish
-// once per call; there a zero hi is always an exact zero. Include after core/lanes.h, in kernel
-// units only.
+// transformations of core/exact_arith.h (its SumError and ProductErrorBySplit, or the fused
+// multiply-add, and the quotient's remainder) lane by lane and move hi to its odd neighbour towards v, as RoundToFloat
+// does; that value serves both stores. Valid in the ranges where those transformations are exact, which the callers
+// establish once per call; there a zero hi is always an exact zero. Include after core/lanes.h, in kernel units only.
 #pragma once
 
 #include <cstdint>
 #include <limits>
 
+#include "core/exact_arith.h"
 #include "core/lanes.h"
 
 namespace qm::QM_ISA_NS {
@@ -128,19 +128,15 @@ QM_INLINE VD ProductError(VD x, VD a, VD p) noexcept {
 #if defined(__FMA__)
     return MulAdd(x, a, -p);
 #else
-    const VD split = SplatVD(134217729.0);  // 2^27 + 1: 26-bit high halves, exact
-    const VD cx = split * x, ca = split * a;
-    const VD xh = cx - (cx - x), ah = ca - (ca - a);
-    const VD xl = x - xh, al = a - ah;
-    return ((xh * ah - p) + xh * al + xl * ah) + xl * al;
+    return ProductErrorBySplit(x, a, p);
 #endif
 }
 }  // namespace exact_lanes
 
 struct SumLanes {
     QM_INLINE static VD ToOdd(VD x, VD a) noexcept {
-        const VD s = x + a, bb = s - x;
-        return exact_lanes::ToOddFrom(s, (x - (s - bb)) + (a - bb));
+        const VD s = x + a;
+        return exact_lanes::ToOddFrom(s, SumError(x, a, s));
     }
     QM_INLINE static VD TowardZero(VD x, VD a) noexcept { return ToOdd(x, a); }
 };

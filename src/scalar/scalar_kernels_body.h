@@ -281,17 +281,17 @@ template <class Op, Eval kEval, class D>
     std::memcpy(dst, out, n * sizeof(D));
 }
 
+// Below this magnitude the lanes' integer conversion holds every truncation: 2^50 where the set
+// converts to int64 (AVX-512; the division by multiplies needs quotients below 2^51), 2^31
+// elsewhere.
+inline constexpr double kLanesReach = QM_VECTOR_BYTES == 64 ? 0x1p50 : 0x1p31;
+
 // An exact evaluation of Op in vector lanes, straight from n elements of S into D (for integers,
 // the unsigned type of D's width: the low bits are the same). Integer results go through the
 // lanes' conversion; under Exact, whose results may reach beyond it, each vector is checked and goes
 // element by element where it does not fit (under Exact32 every result lies within 2^30, and the
 // check, which costs as much as the evaluation, is left out). The last partial vector runs in the
 // same lanes through copies.
-// Below this magnitude the lanes' integer conversion holds every truncation: 2^50 where the set
-// converts to int64 (AVX-512; the division by multiplies needs quotients below 2^51), 2^31
-// elsewhere.
-inline constexpr double kLanesReach = QM_VECTOR_BYTES == 64 ? 0x1p50 : 0x1p31;
-
 template <class Op, Eval kEval, class S, class D>
 void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept {
     const VD va = SplatVD(a), reciprocal = SplatVD(1.0 / a);
