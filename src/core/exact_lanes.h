@@ -102,9 +102,6 @@ struct QuotientLanes {
 #else
 
 namespace exact_lanes {
-typedef uint64_t VU64 __attribute__((vector_size(QM_VECTOR_BYTES)));
-typedef int64_t VS64 __attribute__((vector_size(QM_VECTOR_BYTES)));
-
 // hi, moved to its neighbour towards v (v - hi has the sign of rest, or is zero with it) when v
 // lies off hi and hi's last bit is even.
 QM_INLINE VD ToOddFrom(VD hi, VD rest) noexcept {
@@ -115,13 +112,6 @@ QM_INLINE VD ToOddFrom(VD hi, VD rest) noexcept {
     const VS64 inward = (rest < 0.0) != (hi < 0.0);                   // all ones or zero; comparisons of doubles only
     return reinterpret_cast<VD>(bits + ((toOdd ^ inward) - inward));  // +1, -1 or 0
 }
-
-#if defined(__FMA__)
-QM_INLINE VD MulAdd(VD x, VD y, VD z) noexcept {
-    return reinterpret_cast<VD>(
-        _mm256_fmadd_pd(reinterpret_cast<__m256d>(x), reinterpret_cast<__m256d>(y), reinterpret_cast<__m256d>(z)));
-}
-#endif
 
 // x * a - p exactly, p being x * a rounded to nearest.
 QM_INLINE VD ProductError(VD x, VD a, VD p) noexcept {
@@ -154,7 +144,7 @@ struct QuotientLanes {
     QM_INLINE static VD ToOdd(VD x, VD d) noexcept {
         const VD q = x / d;
 #if defined(__FMA__)
-        const VD r = exact_lanes::MulAdd(-q, d, x);
+        const VD r = MulAdd(-q, d, x);
 #else
         const VD p = q * d;
         const VD r = (x - p) - exact_lanes::ProductError(q, d, p);  // x - p is exact (Sterbenz)

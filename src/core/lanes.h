@@ -474,4 +474,22 @@ template <class D> QM_INLINE void StoreHalves(unsigned char* p, VH v) noexcept {
     }
 }
 
+// The same lanes as unsigned and signed 64-bit integers, for tests and steps on a double's bits.
+typedef uint64_t VU64 __attribute__((vector_size(QM_VECTOR_BYTES)));
+typedef int64_t VS64 __attribute__((vector_size(QM_VECTOR_BYTES)));
+
+// a b + c, rounded once where the set has the fused unit (AVX2 and AVX-512), twice on baseline;
+// a caller that needs the single rounding uses it only under __FMA__.
+QM_INLINE VD MulAdd(VD a, VD b, VD c) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return reinterpret_cast<VD>(
+        _mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b), reinterpret_cast<__m512d>(c)));
+#elif defined(__FMA__)
+    return reinterpret_cast<VD>(
+        _mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b), reinterpret_cast<__m256d>(c)));
+#else
+    return a * b + c;
+#endif
+}
+
 }  // namespace qm::QM_ISA_NS

@@ -44,21 +44,6 @@
 
 namespace qm::QM_ISA_NS {
 
-typedef uint64_t VU64 __attribute__((vector_size(QM_VECTOR_BYTES)));
-
-// a b + c, fused where the set has the unit (the bound above holds either way).
-QM_INLINE VD MulAdd(VD a, VD b, VD c) noexcept {
-#if QM_VECTOR_BYTES == 64
-    return reinterpret_cast<VD>(
-        _mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b), reinterpret_cast<__m512d>(c)));
-#elif defined(__FMA__)
-    return reinterpret_cast<VD>(
-        _mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b), reinterpret_cast<__m256d>(c)));
-#else
-    return a * b + c;
-#endif
-}
-
 // log10 of lanes holding positive normal doubles, within 2^-44.7 |log10(x)| (other lanes give
 // values of no meaning).
 QM_INLINE VD Log10Lanes(VD x) noexcept {
