@@ -135,4 +135,16 @@ template <LogTarget T> QM_INLINE unsigned SettledLanes(VD x, VD y, const LogReac
 #endif
 }
 
+// The vector logarithm of x stored into out[0, kLanes), where the reach settles it; exact(k)
+// stores lane k where it does not.
+template <LogTarget T, class Exact>
+QM_INLINE void StoreLog10Lanes(VD x, const LogReach& reach, double* out, Exact&& exact) noexcept {
+    const VD y = Log10Lanes(x);
+    StoreVD(out, y);
+    const unsigned settled = SettledLanes<T>(x, y, reach);
+    if (settled == kAllLanes) return;
+    for (size_t k = 0; k < kLanes; ++k)
+        if ((settled >> k & 1) == 0) exact(k);
+}
+
 }  // namespace qm::QM_ISA_NS

@@ -264,13 +264,9 @@ void LogStage(double* v, const float* flat, const float* gain, size_t n, double 
                 const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
                 x = Ord == LogOrder::FlatFirst ? base * f * g : base * g * f;
             }
-            const VD y = Log10Lanes(x);
-            StoreVD(v + i, y);
-            const unsigned settled = SettledLanes<T>(x, y, reach);
-            if (settled == kAllLanes) continue;
-            for (size_t k = 0; k < kLanes; ++k)
-                if ((settled >> k & 1) == 0)
-                    v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
+            StoreLog10Lanes<T>(x, reach, v + i, [&](size_t k) {
+                v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
+            });
         }
     }
     for (; i < n; ++i) v[i] = StoredLog<T>(Log10Extended(LogArgument<Ord>(v[i], flat, gain, i)));

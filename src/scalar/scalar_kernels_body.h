@@ -80,12 +80,7 @@ template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
         const LogReach reach = ReachOf(0.0);
         for (; i + kLanes <= n; i += kLanes) {
             const VD x = LoadVD(v + i);
-            const VD y = Log10Lanes(x);
-            StoreVD(v + i, y);
-            const unsigned settled = SettledLanes<T>(x, y, reach);
-            if (settled == kAllLanes) continue;
-            for (size_t k = 0; k < kLanes; ++k)
-                if ((settled >> k & 1) == 0) failed |= Log10Exactly<T>(x[k], v[i + k]);
+            StoreLog10Lanes<T>(x, reach, v + i, [&](size_t k) { failed |= Log10Exactly<T>(x[k], v[i + k]); });
         }
     }
     for (; i < n; ++i) failed |= Log10Exactly<T>(v[i], v[i]);
