@@ -350,13 +350,15 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                     {},
                     {}};
     const VectorRows* vector = ActiveVectorRows();
-    if (vector != nullptr && UseFixedRule(job, *vector, shifted)) {
-    } else if (const InteriorRows<Sample>* rows = vector != nullptr ? vector->Interior<Sample>() : nullptr) {
+    // The integer form of the channel rule where it checks out, else the kernels of the exact rule.
+    const InteriorRows<Sample>* interior = nullptr;
+    if (vector != nullptr && !UseFixedRule(job, *vector, shifted)) interior = vector->Interior<Sample>();
+    if (interior != nullptr) {
         const bool wide = !(narrow && signedMultiplicands);
         for (int parity = 0; parity < 2; ++parity)
             if (job.layout[parity] != RowLayout::Repeat)
                 for (int even = 0; even < 2; ++even)
-                    job.vectorRow[parity][even] = rows->row[shifted][wide][LayoutIndex(job.layout[parity], even)];
+                    job.vectorRow[parity][even] = interior->row[shifted][wide][LayoutIndex(job.layout[parity], even)];
         job.vectorWidth = vector->width;
     }
     ReconstructBody(job);
