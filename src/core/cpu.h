@@ -56,3 +56,5 @@ template <class Table> struct IsaTables {
     }
 
 #define QM_INLINE [[gnu::always_inline]] inline
+// The same for a lambda, written after its parameter list.
+#define QM_LAMBDA_INLINE __attribute__((always_inline))

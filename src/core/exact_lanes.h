@@ -27,6 +27,15 @@
 
 namespace qm::QM_ISA_NS {
 
+// x * a - p exactly, p being x * a rounded to nearest (no overflow or underflow on the way).
+QM_INLINE VD ProductError(VD x, VD a, VD p) noexcept {
+#if defined(__FMA__)
+    return MulAdd(x, a, -p);
+#else
+    return ProductErrorBySplit(x, a, p);
+#endif
+}
+
 #if QM_VECTOR_BYTES == 64
 
 namespace exact_lanes {
@@ -112,15 +121,6 @@ QM_INLINE VD ToOddFrom(VD hi, VD rest) noexcept {
     const VS64 inward = (rest < 0.0) != (hi < 0.0);                   // all ones or zero; comparisons of doubles only
     return reinterpret_cast<VD>(bits + ((toOdd ^ inward) - inward));  // +1, -1 or 0
 }
-
-// x * a - p exactly, p being x * a rounded to nearest.
-QM_INLINE VD ProductError(VD x, VD a, VD p) noexcept {
-#if defined(__FMA__)
-    return MulAdd(x, a, -p);
-#else
-    return ProductErrorBySplit(x, a, p);
-#endif
-}
 }  // namespace exact_lanes
 
 struct SumLanes {
@@ -134,7 +134,7 @@ struct SumLanes {
 struct ProductLanes {
     QM_INLINE static VD ToOdd(VD x, VD a) noexcept {
         const VD p = x * a;
-        return exact_lanes::ToOddFrom(p, exact_lanes::ProductError(x, a, p));
+        return exact_lanes::ToOddFrom(p, ProductError(x, a, p));
     }
     QM_INLINE static VD TowardZero(VD x, VD a) noexcept { return ToOdd(x, a); }
 };
@@ -147,7 +147,7 @@ struct QuotientLanes {
         const VD r = MulAdd(-q, d, x);
 #else
         const VD p = q * d;
-        const VD r = (x - p) - exact_lanes::ProductError(q, d, p);  // x - p is exact (Sterbenz)
+        const VD r = (x - p) - ProductError(q, d, p);  // x - p is exact (Sterbenz)
 #endif
         return exact_lanes::ToOddFrom(q, d < 0.0 ? -r : r);
     }

@@ -285,6 +285,17 @@ QM_INLINE VI SplatInt(int32_t x) noexcept {
     return _mm_set1_epi32(x);
 #endif
 }
+// Whether no int32 lane of v has a bit of `bits` set (one test and branch on the vector sets).
+QM_INLINE bool NoneSet(VI v, int32_t bits) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm256_testz_si256(v, _mm256_set1_epi32(bits));
+#elif QM_VECTOR_BYTES == 32
+    return _mm_testz_si128(v, _mm_set1_epi32(bits));
+#else
+    const __m128i clear = _mm_cmpeq_epi32(_mm_and_si128(v, _mm_set1_epi32(bits)), _mm_setzero_si128());
+    return (_mm_movemask_epi8(clear) & 0xFF) == 0xFF;  // the kLanes = 2 low lanes
+#endif
+}
 
 // --- Full-width int32 lanes, for integer-only stages ----------------------------------------------
 
@@ -297,6 +308,27 @@ using VW = __m256i;
 using VW = __m128i;
 #endif
 inline constexpr size_t kWide = QM_VECTOR_BYTES / sizeof(int32_t);
+
+// The low and the high kLanes of kWide int32 lanes (on SSE2, where a VI is the low half of a
+// register, the high half moved down).
+QM_INLINE VI LowHalf(VW w) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_castsi512_si256(w);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_castsi256_si128(w);
+#else
+    return w;
+#endif
+}
+QM_INLINE VI HighHalf(VW w) noexcept {
+#if QM_VECTOR_BYTES == 64
+    return _mm512_extracti64x4_epi64(w, 1);
+#elif QM_VECTOR_BYTES == 32
+    return _mm256_extracti128_si256(w, 1);
+#else
+    return _mm_srli_si128(w, 8);
+#endif
+}
 
 // kWide integer elements of S at p, sign- or zero-extended to int32.
 template <class S> QM_INLINE VW LoadWide(const unsigned char* p) noexcept {

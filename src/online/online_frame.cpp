@@ -54,8 +54,8 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
                size_t pixelBytes) noexcept {
     const Kernels& kk = kTables.Active();
     const blocks::Kernels& io = blocks::kTables.Active();
-    const BaseFn base =
-        kk.base[static_cast<int>(reading.reader)][static_cast<int>(plan.dark ? reading.dark : DarkRule::Off)];
+    const DarkRule darkRule = plan.dark ? reading.dark : DarkRule::Off;
+    const BaseFn base = kk.base[static_cast<int>(reading.reader)][static_cast<int>(darkRule)];
     const size_t os = ElementSize(outType);
     const WideFn wide = kk.wide[static_cast<int>(plan.stage)][plan.accumulate][outType];
     const LogStageFn log = plan.stage == Stage::Log
@@ -82,20 +82,20 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
         if (stream) StreamFence();
         return;
     }
-    // Blocks of narrow values with a flat factor or a threshold or clip (not the logarithm) run in
+    // Word and byte pixels with a flat factor or a threshold or clip (not the logarithm) run in
     // registers; without a flat factor they take a factor of 1, which changes no value.
-    const bool registers =
-        log == nullptr && (plan.flat || plan.stage != Stage::None) && (!plan.dark || reading.dark == DarkRule::Wrap);
-    const FlatDirectFn flatDirect = registers ? kk.flatDirect[static_cast<int>(reading.reader)][plan.dark]
-                                                             [static_cast<int>(plan.stage)][plan.accumulate][outType]
-                                              : nullptr;
+    const bool registers = log == nullptr && (plan.flat || plan.stage != Stage::None);
+    const FlatDirectFn flatDirect = registers
+                                        ? kk.flatDirect[static_cast<int>(reading.reader)][static_cast<int>(darkRule)]
+                                                       [static_cast<int>(plan.stage)][plan.accumulate][outType]
+                                        : nullptr;
     for (size_t i0 = 0; i0 < k.n; i0 += block) {
         const size_t m = std::min(block, k.n - i0);
         unsigned char* out = stream ? scratch : k.out + i0 * os;
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
         const int32_t* dark = k.dark != nullptr ? k.dark + i0 : nullptr;
-        if (flatDirect != nullptr &&
-            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), m, k.a, k.b, out)) {
+        if (flatDirect != nullptr) {
+            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), m, k.a, k.b, out);
             if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
             continue;
         }

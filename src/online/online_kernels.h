@@ -31,10 +31,9 @@ using WideFn = void (*)(const double* base, const float* flat, size_t n, double 
 using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t n, unsigned char* out) noexcept;
 
 // Frames of word and byte readers with a flat factor (1 for frames without one) and a final stage
-// other than the logarithm: base value, factor, stage and store (or accumulation) in registers,
-// for blocks whose base values are all narrow (below 2^29); returns false, writing nothing, for a
-// block that is not.
-using FlatDirectFn = bool (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
+// other than the logarithm: base value, factor, stage and store (or accumulation) in registers;
+// vectors holding a base value of 2^29 or more take the exact product lane by lane.
+using FlatDirectFn = void (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
                               double b, unsigned char* out) noexcept;
 
 // The logarithm stage in place: each base value becomes a double that the output's store rule (or
@@ -46,8 +45,8 @@ using LogStageFn = void (*)(double* v, const float* flat, const float* gain, siz
 struct Kernels {
     BaseFn base[kReaders][kDarkRules];
     DirectFn direct[kReaders][2][2][9];  // [reader][dark rule Off or Wrap][accumulate][output type code]
-    // [reader][dark rule Off or Wrap][final stage][accumulate][output type code]
-    FlatDirectFn flatDirect[kReaders][2][kStages][2][9];
+    // [reader][dark rule][final stage][accumulate][output type code]
+    FlatDirectFn flatDirect[kReaders][kDarkRules][kStages][2][9];
     FlatFn flat;
     StageFn threshold;
     StageFn clip;

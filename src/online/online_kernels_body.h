@@ -8,6 +8,7 @@
 
 #include "core/blocks.h"
 #include "core/element_types.h"
+#include "core/exact_lanes.h"
 #include "core/lanes.h"
 #include "core/log10.h"
 #include "core/log10_lanes.h"
@@ -148,38 +149,71 @@ void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned ch
     for (; i < n; ++i) Put<D, kAcc>(out, i, ::qm::StoreFloat<D>(BaseValue<Id, Dk>(src, dark, i)));
 }
 
+// The final stage of exact products v f (|v| < 2^34, f a single) in lanes, as doubles that the
+// output's store rule turns into the element of the exact product. p = v f rounded and its exact
+// error e order the product against the bounds (v f > a where p > a, or p = a and e > 0). The
+// value itself goes to singles and integers rounded to odd (53 bits rounded to odd round to 24 as
+// the exact value does, and below 2^52 an odd double is never an integer, so truncation agrees),
+// to doubles rounded to nearest. False, for integer outputs with a product of 2^52 or more: their
+// truncation may not be a double, and the caller takes those lane by lane.
+template <Stage St, class D> QM_INLINE bool WideProductLanes(VD v, VD f, double a, double b, VD& x) noexcept {
+    const VD p = v * f;
+    if constexpr (std::is_integral_v<D> && St != Stage::Threshold) {
+        const VD magnitude = reinterpret_cast<VD>(reinterpret_cast<VU64>(p) & 0x7FFFFFFFFFFFFFFFull);
+        if (!AllOf(magnitude < 0x1p52)) return false;
+    }
+    const VD e = St == Stage::None ? VD{} : ProductError(v, f, p);
+    const VD value = St == Stage::Threshold ? VD{} : std::is_same_v<D, double> ? p : ProductLanes::ToOdd(v, f);
+    if constexpr (St == Stage::Threshold) {
+        x = (p > a) | ((p == a) & (e > 0.0)) ? SplatVD(1.0) : VD{};
+    } else if constexpr (St == Stage::Clip) {
+        const auto above = (p > b) | ((p == b) & (e > 0.0)), below = (p < a) | ((p == a) & (e < 0.0));
+        x = above ? SplatVD(b) : (below ? SplatVD(a) : value);
+    } else {
+        x = value;
+    }
+    return true;
+}
+
+// One pass: a vector of narrow base values takes the plain product (exact below 2^29), one with a
+// wider value (32-bit readers, or a dark pixel) the exact product in lanes, and what those cannot
+// hold, with the last pixels, the exact product of WideFlatResult lane by lane. Colour pixels come
+// kWide at a time (their mean), as two vectors of int32 lanes.
 template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
-bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
+void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
                 unsigned char* out) noexcept {
-    constexpr size_t kPixel = sizeof(Word<Id>);
-    const auto base = [=](size_t i) {
-        VI s = LoadInt<Word<Id>>(src + i * kPixel);
+    const auto exact = [=](size_t i, double base) {
+        Put<D, kAcc>(out, i, WideFlatResult<St, D, kFma>(base, flat[i], a, b));
+    };
+    // Pixels i to i + kLanes from their int32 lanes s.
+    const auto lanes = [=](size_t i, VI s) QM_LAMBDA_INLINE {
         if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
         VD v = ToDouble(s);
+        if constexpr (Dk == DarkRule::Wide) v -= ToDouble(LoadVI(dark + i));                     // exact: 33 bits
         if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
-        return v;
-    };
-    size_t i = 0;
-    if constexpr (BaseBits({Id, Dk}) > kNarrowBits) {
-        for (; i + kLanes <= n; i += kLanes) {
-            const VD v = base(i);
-            if (!AllOf((v > -kNarrowLimit) & (v < kNarrowLimit))) return false;
-        }
-        for (; i < n; ++i) {
-            const double v = BaseValue<Id, Dk>(src, dark, i);
-            if (!(v > -kNarrowLimit && v < kNarrowLimit)) return false;
-        }
-    }
-    const auto finish = [=](auto x) {  // x: the exact product of a narrow value and its factor
-        if constexpr (St == Stage::Threshold)
-            return ThresholdForm(x, a);
-        else if constexpr (St == Stage::Clip)
-            return ClipForm(x, a, b);
+        const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
+        // Narrow: every base value within [-2^29, 2^29), told from the int32 lanes where they hold it
+        // (an unsigned pixel below 2^29, a signed value plus 2^29 below 2^30).
+        bool narrow;
+        if constexpr (BaseBits({Id, Dk}) <= kNarrowBits)
+            narrow = true;
+        else if constexpr (Dk == DarkRule::Wide)
+            narrow = AllOf((v >= -kNarrowLimit) & (v < kNarrowLimit));
+        else if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off)
+            narrow = NoneSet(s, ~int32_t{0x1FFFFFFF});
         else
-            return x;
-    };
-    for (i = 0; i + kLanes <= n; i += kLanes) {
-        const VD x = finish(base(i) * LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i)));
+            narrow = NoneSet(AddInt(s, SplatInt(0x20000000)), ~int32_t{0x3FFFFFFF});
+        VD x;
+        if (narrow) {
+            x = v * f;
+            if constexpr (St == Stage::Threshold)
+                x = ThresholdForm(x, a);
+            else if constexpr (St == Stage::Clip)
+                x = ClipForm(x, a, b);
+        } else if (!WideProductLanes<St, D>(v, f, a, b, x)) {
+            for (size_t k = 0; k < kLanes; ++k) exact(i + k, v[k]);
+            return;
+        }
         unsigned char* p = out + i * sizeof(D);
         if constexpr (std::is_same_v<D, double>) {
             const VD r = kAcc ? LoadDouble<double>(p) + x : x;
@@ -190,15 +224,22 @@ bool FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
             const VI r = TruncateLow32(x);
             StoreInt<D>(p, kAcc ? AddInt(LoadInt<D>(p), r) : r);
         }
+    };
+    size_t i = 0;
+    if constexpr (Id == ReaderId::ColourMean) {
+        for (; i + kWide + kColourSlack <= n; i += kWide) {
+            const VW means = PixelsWide<Id>(src + 3 * i);
+            lanes(i, LowHalf(means));
+            lanes(i + kLanes, HighHalf(means));
+        }
+    } else {
+        for (; i + kLanes <= n; i += kLanes) lanes(i, LoadInt<Word<Id>>(src + i * sizeof(Word<Id>)));
     }
-    for (; i < n; ++i)
-        Put<D, kAcc>(out, i,
-                     ::qm::StoreFloat<D>(finish(BaseValue<Id, Dk>(src, dark, i) * static_cast<double>(flat[i]))));
-    return true;
+    for (; i < n; ++i) exact(i, BaseValue<Id, Dk>(src, dark, i));
 }
 
 template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc> constexpr void SetFlatDirect(Kernels& k) noexcept {
-    auto& row = k.flatDirect[static_cast<int>(Id)][Dk == DarkRule::Wrap][static_cast<int>(St)][kAcc];
+    auto& row = k.flatDirect[static_cast<int>(Id)][static_cast<int>(Dk)][static_cast<int>(St)][kAcc];
     row[kI8] = row[kU8] = &FlatDirect<Id, Dk, St, kAcc, uint8_t>;
     row[kI16] = row[kU16] = &FlatDirect<Id, Dk, St, kAcc, uint16_t>;
     row[kI32] = row[kU32] = &FlatDirect<Id, Dk, St, kAcc, uint32_t>;
@@ -327,9 +368,10 @@ template <ReaderId Id> constexpr void SetBases(Kernels& k) noexcept {
     SetDirect<Id, DarkRule::Off, true>(k);
     SetDirect<Id, DarkRule::Wrap, false>(k);
     SetDirect<Id, DarkRule::Wrap, true>(k);
-    if constexpr (kVectorReader<Id>) {
+    if constexpr (kVectorReader<Id> || (Id == ReaderId::ColourMean && kVectorColour)) {
         SetFlatDirects<Id, DarkRule::Off>(k);
         SetFlatDirects<Id, DarkRule::Wrap>(k);
+        if constexpr (Id == ReaderId::I32) SetFlatDirects<Id, DarkRule::Wide>(k);
     }
     if constexpr (Id == ReaderId::I32) SetBase<Id, DarkRule::Wide>(k);
 }

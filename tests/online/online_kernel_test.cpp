@@ -221,6 +221,89 @@ TEST(OnlineKernels, ValuesOneUnitOffAFloatMidpointRoundOnce) {
     });
 }
 
+// Base values (32-bit pixels less the dark pixel, up to 33 bits) at or beyond 2^29 take the exact
+// product of their flat factor in lanes: its rounded value p and the sign of its rest decide
+// threshold and clip at a bound equal to p, and integer outputs of products of 2^52 or more (whose
+// truncation need not be a double) go lane by lane. Each case fills whole vectors (16 pixels) and a frame with a tail
+// (19), for every output type, stage and mode, against the model.
+TEST(OnlineKernels, WideProductsAtTheEdgesOfTheirLanes) {
+    struct Case {
+        int type;
+        int64_t value;  // the base value: the pixel less the dark one
+        float flat;
+        int32_t dark = 0;
+    };
+    std::vector<Case> cases = {{8, 0xFFFFFFFF, 2097152.5f},
+                               {8, 0xFFFFFFFF, 4194303.5f},
+                               {3, -0x7FFFFFFF, 4194303.5f},
+                               {8, 0xC0000001, 3145727.75f},
+                               {8, 0x80000001, 1048576.75f},
+                               {8, 0x20000000, 1.0f + 0x1p-23f},
+                               {3, -0x20000001, 1.5f},
+                               {3, 0xFFFFFFFF, 2097152.5f, INT32_MIN},
+                               {3, -0xFFFFFFFF, 1.75f, INT32_MAX},
+                               {8, -0x80000000, 3145727.75f, 0x7FFFFFFF}};
+    int restSigns[2] = {0, 0};  // products below and above their rounded value
+    for (int bits = 30; bits <= 32; ++bits)
+        for (const int r : {1, -1}) {
+            uint64_t m = 0xFFFFFF, v = 0;  // the factor's significand, then the pixel
+            while ((v = qmtest::MidpointPartner(m, bits, r)) == 0) m -= 2;
+            const float f = std::ldexp(static_cast<float>(m), -23);
+            cases.push_back({8, static_cast<int64_t>(v), f});
+            if (bits < 32) cases.push_back({3, -static_cast<int64_t>(v), f});
+        }
+    for (const Case& c : cases) {
+        const double p = static_cast<double>(c.value) * c.flat;
+        const mpq_class rest = mpq_class(static_cast<long>(c.value)) * c.flat - p;
+        if (rest != 0) ++restSigns[rest > 0];
+    }
+    ASSERT_GT(restSigns[0], 2);
+    ASSERT_GT(restSigns[1], 2);
+    const Final stages[] = {Final::None, Final::Threshold, Final::Clip};
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        for (const Case& c : cases)
+            for (const uint32_t n : {16u, 19u}) {
+                std::vector<uint32_t> src(n, static_cast<uint32_t>(c.value + c.dark));
+                std::vector<int32_t> dark(n, c.dark);
+                std::vector<float> flat(n, c.flat), gain(n, 1.0f);
+                const auto* bytes = reinterpret_cast<const unsigned char*>(src.data());
+                const double p = static_cast<double>(c.value) * c.flat;
+                for (int outType = 1; outType <= 8; ++outType)
+                    for (const Final stage : stages)
+                        for (const bool accumulate : {false, true}) {
+                            const int size = onlinemodel::kSize[outType];
+                            const onlinemodel::Options o{c.dark != 0, true, accumulate, stage};
+                            std::vector<unsigned char> out(n * size, 0x11), expected = out, one(8);
+                            for (uint32_t i = 0; i < n; ++i) {
+                                onlinemodel::ModelPixel(one.data(), outType, bytes, c.type, i, dark.data(), flat.data(),
+                                                        gain.data(), p, p, o);
+                                if (accumulate)
+                                    onlinemodel::Accumulate(&expected[i * size], outType, one.data());
+                                else
+                                    std::memcpy(&expected[i * size], one.data(), size);
+                            }
+                            QmdDataStruct srcD{src.data(), n, 1, c.type, 1, {}}, darkD{dark.data(), n, 1, 3, 1, {}},
+                                flatD{flat.data(), n, 1, 4, 1, {}}, outD{out.data(), n, 1, outType, 1, {}};
+                            qm::OnlineFrame frame;
+                            frame.options = qm::kOnlineFlatField | (c.dark != 0 ? qm::kOnlineDarkSubtract : 0u) |
+                                            (accumulate ? qm::kOnlineAccumulate : 0u) |
+                                            (stage == Final::Threshold ? qm::kOnlineThreshold
+                                             : stage == Final::Clip    ? qm::kOnlineClipRange
+                                                                       : 0u);
+                            frame.source = &srcD, frame.dark = &darkD, frame.flat = &flatD, frame.output = &outD;
+                            frame.a = frame.b = p;
+                            frame.frameCount = 5, frame.frameNumber = accumulate ? 2 : 1;
+                            ASSERT_EQ(RunPipeline(frame, c.type), qm::Status::Ok);
+                            for (uint32_t i = 0; i < n; ++i)
+                                ASSERT_TRUE(Same(&out[i * size], &expected[i * size], outType))
+                                    << "pixel " << c.value << " x " << std::hexfloat << c.flat << std::defaultfloat
+                                    << ", output " << outType << ", stage " << static_cast<int>(stage) << ", "
+                                    << (accumulate ? "accumulated" : "written") << ", " << n << " pixels";
+                        }
+            }
+    });
+}
+
 // Colour pixels reduced to their mean take a multiply-and-shift in place of the division by 6 in
 // vectors: every byte sum from 0 to 765, in frames long enough for whole vectors and in ones that
 // end a pixel or two past the last whole vector (the vector loads reach past their pixels).
