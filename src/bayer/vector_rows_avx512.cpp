@@ -2,7 +2,8 @@
 // The vector row kernels for AVX-512 (F, BW, DQ, VL) with FMA (flags from the build: *_avx512.cpp),
 // and the interior of 8- and 16-bit mosaics with the channel rule in its integer form, 32 pixels
 // a step in 16-bit lanes.
-#if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__)
+#if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__) || \
+    !defined(__AVX512VBMI__)
 #error "built without the AVX-512 flags"
 #endif
 #include <immintrin.h>
