@@ -51,6 +51,24 @@ struct FixedRows {
     }
 };
 
+// The channel rule over 8-bit values as three 256-byte tables in the order of the output bytes
+// (blue, green, red): a mean of 8-bit samples is an 8-bit value, so the tables hold the exact rule
+// whatever the gains, offsets and shift.
+struct ByteTables {
+    alignas(64) uint8_t channel[3][256];
+};
+
+// Writes `groups` runs of ByteRows::width interior pixels of an 8-bit mosaic's row like
+// InteriorRowFn, the channel rule looked up in `tables`.
+using ByteRowFn = void (*)(const uint8_t* p, const uint8_t* c, const uint8_t* n, int64_t groups, uint8_t* out,
+                           const ByteTables& tables) noexcept;
+
+// [row layout, as RowLayout]; width 0 where the instruction set has no such kernels.
+struct ByteRows {
+    int32_t width;  // pixels per run
+    ByteRowFn row[4];
+};
+
 struct VectorRows {
     int32_t width;  // pixels per run
     InteriorRows<uint8_t> u8;
@@ -58,6 +76,7 @@ struct VectorRows {
     InteriorRows<int16_t> i16;
     BinRowFn bin;
     FixedRows fixed;
+    ByteRows bytes;
 
     template <class Sample> const InteriorRows<Sample>* Interior() const noexcept {
         if constexpr (std::is_same_v<Sample, uint8_t>)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The vector row kernels for AVX-512 (F, BW, DQ, VL) with FMA (flags from the build: *_avx512.cpp),
-// and the interior of 8- and 16-bit mosaics with the channel rule in its integer form, 32 pixels
-// a step in 16-bit lanes.
+// The vector row kernels for AVX-512 (F, BW, DQ, VL, VBMI) with FMA (flags from the build:
+// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels
+// a step in 16-bit lanes, and of 8-bit mosaics with the rule in byte tables, 64 pixels a step in
+// 8-bit lanes.
 #if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__) || \
     !defined(__AVX512VBMI__)
 #error "built without the AVX-512 flags"
@@ -168,7 +169,116 @@ struct FixedKernels {
     }
 };
 
+// The 192 output bytes of 64 pixels, three vectors: each takes its blue and green bytes from a
+// two-source byte permute and its red bytes from a masked one-source permute over it. Index byte q
+// of vector v: pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
+struct InterleaveBytes {
+    alignas(64) uint8_t index[3][64];
+    uint64_t red[3];
+};
+constexpr InterleaveBytes MakeInterleave() noexcept {
+    InterleaveBytes out{};
+    for (int v = 0; v < 3; ++v)
+        for (int q = 0; q < 64; ++q) {
+            const int at = 64 * v + q, pixel = at / 3, channel = at % 3;
+            out.index[v][q] = static_cast<uint8_t>(pixel + (channel == 1 ? 64 : 0));
+            if (channel == 2) out.red[v] |= uint64_t{1} << q;
+        }
+    return out;
+}
+constexpr InterleaveBytes kInterleave = MakeInterleave();
+
+// The interior of 8-bit mosaics in 8-bit lanes, 64 pixels a step: every mean of 8-bit samples is
+// an 8-bit value, so the means come from byte averages and the channel rule from byte tables.
+struct ByteKernels {
+    using V = __m512i;
+    static constexpr int kWidth = 64;
+
+    QM_INLINE static V Load(const uint8_t* p) noexcept { return _mm512_loadu_si512(p); }
+
+    // floor((a + b) / 2) and (a + b) mod 2 in `odd`, as FixedKernels::Half in bytes.
+    QM_INLINE static V Half(V a, V b, V one, V& odd) noexcept {
+        odd = _mm512_ternarylogic_epi32(a, b, one, 0x28);  // (a ^ b) & 1
+        return _mm512_sub_epi8(_mm512_avg_epu8(a, b), odd);
+    }
+    // floor((a + b + c + d) / 4) from the halves and their remainders, as FixedKernels::Quarter.
+    QM_INLINE static V Quarter(V x, V oddX, V y, V oddY, V one) noexcept {
+        const V notBoth = _mm512_ternarylogic_epi32(oddX, oddY, one, 0x2A);  // ~(oddX & oddY) & 1
+        return _mm512_sub_epi8(_mm512_avg_epu8(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
+    }
+
+    // A 256-byte table in four vectors: two 128-entry lookups on the low seven bits of each
+    // byte, and the top bit picking between them.
+    struct Table {
+        V part[4];
+    };
+    QM_INLINE static Table LoadTable(const uint8_t* t) noexcept {
+        return {{Load(t), Load(t + 64), Load(t + 128), Load(t + 192)}};
+    }
+    QM_INLINE static V Lookup(V x, const Table& t) noexcept {
+        const V low = _mm512_permutex2var_epi8(t.part[0], x, t.part[1]);
+        const V high = _mm512_permutex2var_epi8(t.part[2], x, t.part[3]);
+        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(x), low, high);
+    }
+
+    // The interleave's indices and red masks in registers.
+    struct Interleave {
+        V index[3];
+        __mmask64 red[3];
+    };
+    QM_INLINE static Interleave LoadInterleave() noexcept {
+        const InterleaveBytes& m = kInterleave;
+        return {{Load(m.index[0]), Load(m.index[1]), Load(m.index[2])}, {m.red[0], m.red[1], m.red[2]}};
+    }
+    QM_INLINE static void Store(uint8_t* out, V b, V g, V r, const Interleave& m) noexcept {
+        for (int v = 0; v < 3; ++v) {
+            const V bg = _mm512_permutex2var_epi8(b, m.index[v], g);
+            _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(bg, m.red[v], m.index[v], r));
+        }
+    }
+
+    template <RowLayout Layout> static void Interior(const uint8_t* p, const uint8_t* c, const uint8_t* n,
+                                                     int64_t groups, uint8_t* out, const ByteTables& tables) noexcept {
+        // A run starts at an odd column: even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        constexpr __mmask64 kEvenColumns = 0xAAAAAAAAAAAAAAAAu;
+        const Table blue = LoadTable(tables.channel[0]), green = LoadTable(tables.channel[1]),
+                    red = LoadTable(tables.channel[2]);
+        const Interleave interleave = LoadInterleave();
+        const V one = _mm512_set1_epi8(1);
+        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
+            V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
+            means[kOwn] = Load(c + j);
+            means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+            means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+            means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+            const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+            const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+            means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+            const V b = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue);
+            const V g = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.green], means[kEven.green]), green);
+            const V r = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.red], means[kEven.red]), red);
+            Store(out + 3 * j, b, g, r, interleave);
+        }
+    }
+
+    static constexpr ByteRows Rows() noexcept {
+        ByteRows rows{kWidth, {}};
+        rows.row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed>;
+        rows.row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB>;
+        rows.row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue>;
+        rows.row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR>;
+        return rows;
+    }
+};
+
+constexpr VectorRows Avx512Table() noexcept {
+    VectorRows table = FixedKernels::Table();
+    table.bytes = ByteKernels::Rows();
+    return table;
+}
+
 }  // namespace
 
-extern constinit const VectorRows kVectorRowsAvx512 = FixedKernels::Table();
+extern constinit const VectorRows kVectorRowsAvx512 = Avx512Table();
 }  // namespace qm
