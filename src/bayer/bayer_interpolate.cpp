@@ -322,24 +322,29 @@ std::atomic<int64_t> g_fixedBudget{0};
 
 // The integer form of the three channels, when the sample type has its kernels here, the rows are
 // wide enough for a run and the form checks out within the budget: a few thousand values, more
-// for larger images, so the check stays a small part of the call.
+// for larger images, so the check stays a small part of the call. The short form first, where
+// the instruction set has kernels for it.
 template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& vector, bool shifted) noexcept {
-    const FixedRowFn<Sample>* rows = vector.fixed.template For<Sample>();
-    if (rows == nullptr || vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
+    if (vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
     const int64_t pixels = job.mosaic.width * job.mosaic.height, set = g_fixedBudget.load(std::memory_order_relaxed);
-    int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
     const int32_t high = std::numeric_limits<Sample>::max();
     const BayerChannels& ch = job.channels;
-    if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue) ||
-        !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green) ||
-        !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red))
-        return false;
-    for (int parity = 0; parity < 2; ++parity)
-        if (job.layout[parity] != RowLayout::Repeat)
-            for (int even = 0; even < 2; ++even)
-                job.fixedRow[parity][even] = rows[LayoutIndex(job.layout[parity], even)];
-    job.vectorWidth = vector.fixed.width;
-    return true;
+    for (const bool shortForm : {true, false}) {
+        const FixedRowFn<Sample>* rows = vector.fixed.template For<Sample>(shortForm);
+        if (rows == nullptr || rows[0] == nullptr) continue;
+        int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
+        if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue, shortForm) ||
+            !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green, shortForm) ||
+            !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red, shortForm))
+            continue;
+        for (int parity = 0; parity < 2; ++parity)
+            if (job.layout[parity] != RowLayout::Repeat)
+                for (int even = 0; even < 2; ++even)
+                    job.fixedRow[parity][even] = rows[LayoutIndex(job.layout[parity], even)];
+        job.vectorWidth = vector.fixed.width;
+        return true;
+    }
+    return false;
 }
 
 // The channel rule of an 8-bit mosaic in byte tables, when the instruction set has their kernels

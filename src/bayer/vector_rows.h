@@ -35,17 +35,19 @@ using BinRowFn = void (*)(const uint16_t* top, const uint16_t* bottom, int64_t g
 template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups,
                                                     uint8_t* out, const FixedChannels& channels) noexcept;
 
-// [row layout, as RowLayout]; null where the instruction set has no such kernel.
+// [row layout, as RowLayout]; null where the instruction set has no such kernel. The short kernels
+// take channels whose multipliers all have the short form (mulLow 0).
 struct FixedRows {
     int32_t width;  // pixels per run
     FixedRowFn<uint8_t> u8[4];
     FixedRowFn<uint16_t> u16[4];
+    FixedRowFn<uint16_t> u16Short[4];
 
-    template <class Sample> const FixedRowFn<Sample>* For() const noexcept {
+    template <class Sample> const FixedRowFn<Sample>* For(bool shortForm) const noexcept {
         if constexpr (std::is_same_v<Sample, uint8_t>)
-            return u8;
+            return shortForm ? nullptr : u8;
         else if constexpr (std::is_same_v<Sample, uint16_t>)
-            return u16;
+            return shortForm ? u16Short : u16;
         else
             return nullptr;
     }

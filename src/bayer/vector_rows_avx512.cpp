@@ -22,13 +22,56 @@
 namespace qm {
 namespace {
 
+// The 192 output bytes of 64 pixels, three vectors: each takes its blue and green bytes from a
+// two-source byte permute and its red bytes from a masked one-source permute over it. Index byte q
+// of vector v: the byte of pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
+// A channel's bytes are in pixel order, or (packed) in the order of a saturating pack of two
+// vectors of 16-bit lanes: per 128-bit block, eight pixels from the first and eight from the second.
+struct InterleaveBytes {
+    alignas(64) uint8_t index[3][64];
+    uint64_t red[3];
+};
+constexpr int PackedByte(int pixel) noexcept {
+    const int half = pixel / 32, k = pixel % 32;
+    return 16 * (k / 8) + 8 * half + k % 8;
+}
+constexpr InterleaveBytes MakeInterleave(bool packed) noexcept {
+    InterleaveBytes out{};
+    for (int v = 0; v < 3; ++v)
+        for (int q = 0; q < 64; ++q) {
+            const int at = 64 * v + q, pixel = at / 3, channel = at % 3;
+            out.index[v][q] = static_cast<uint8_t>((packed ? PackedByte(pixel) : pixel) + (channel == 1 ? 64 : 0));
+            if (channel == 2) out.red[v] |= uint64_t{1} << q;
+        }
+    return out;
+}
+constexpr InterleaveBytes kInterleave = MakeInterleave(false), kPackedInterleave = MakeInterleave(true);
+
+// The interleave's indices and red masks in registers, and the store of 64 pixels from their
+// blue, green and red bytes.
+struct Interleave {
+    __m512i index[3];
+    __mmask64 red[3];
+
+    QM_INLINE static Interleave Load(const InterleaveBytes& m) noexcept {
+        return {{_mm512_load_si512(m.index[0]), _mm512_load_si512(m.index[1]), _mm512_load_si512(m.index[2])},
+                {m.red[0], m.red[1], m.red[2]}};
+    }
+    QM_INLINE void Store(uint8_t* out, __m512i b, __m512i g, __m512i r) const noexcept {
+        for (int v = 0; v < 3; ++v) {
+            const __m512i bg = _mm512_permutex2var_epi8(b, index[v], g);
+            _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(bg, red[v], index[v], r));
+        }
+    }
+};
+
+// The interior of 16-bit mosaics with the channel rule in its integer form, 64 pixels a step as two
+// halves of 32 in 16-bit lanes; the bytes of each channel's halves are joined and stored like
+// those of the 8-bit interior.
 struct FixedKernels {
     using V = __m512i;
-    static constexpr int kWidth = 32;
+    static constexpr int kWidth = 64;
 
-    QM_INLINE static V Load(const uint8_t* p) noexcept {
-        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
-    }
     QM_INLINE static V Load(const uint16_t* p) noexcept { return _mm512_loadu_si512(p); }
 
     // floor((a + b) / 2) of 16-bit lanes, and (a + b) mod 2 in `odd`: the rounding average less the
@@ -46,7 +89,7 @@ struct FixedKernels {
 
     struct Channel {
         V cutFrom, cutByte, sub, limit, mulHigh, mulLow;
-        __m128i up;
+        __m128i up, down;
     };
     QM_INLINE static Channel Broadcast(const FixedChannel& c) noexcept {
         return {_mm512_set1_epi16(static_cast<int16_t>(c.cutFrom)),
@@ -55,30 +98,63 @@ struct FixedKernels {
                 _mm512_set1_epi16(static_cast<int16_t>(c.limit)),
                 _mm512_set1_epi16(static_cast<int16_t>(c.mulHigh)),
                 _mm512_set1_epi16(static_cast<int16_t>(c.mulLow)),
-                _mm_cvtsi32_si128(c.up)};
+                _mm_cvtsi32_si128(c.up),
+                _mm_cvtsi32_si128(c.down)};
     }
-    // ApplyFixed lane by lane.
-    QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
+    // ApplyFixed lane by lane but for its clamp at 255, which the saturating pack of the bytes
+    // does: below `limit` a value stays below 2^(up + 8) + 255, under 2^15 (the form has up <= 14).
+    // The short form has mulLow 0, the long one down 0.
+    template <bool Short> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
         const __mmask32 cut = _mm512_cmplt_epu16_mask(x, c.cutFrom);
         const V t = _mm512_sll_epi16(_mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit), c.up);
-        // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
-        const V low = _mm512_mulhi_epu16(t, c.mulLow);
-        const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
         V high = _mm512_mulhi_epu16(t, c.mulHigh);
-        high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
-        return _mm512_mask_mov_epi16(_mm512_min_epu16(high, _mm512_set1_epi16(255)), cut, c.cutByte);
+        if constexpr (Short) {
+            high = _mm512_srl_epi16(high, c.down);
+        } else {
+            // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
+            const V low = _mm512_mulhi_epu16(t, c.mulLow);
+            const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
+            high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
+        }
+        return _mm512_mask_mov_epi16(high, cut, c.cutByte);
     }
 
-    // Blue, green and red bytes (16-bit lanes below 256) stored as 32 pixels, 96 bytes: a pixel a
-    // 32-bit lane, its three bytes gathered at the bottom of each 16-byte block, then the blocks'
-    // 12-byte heads joined across the two vectors (no masked stores, which are slow here).
-    QM_INLINE static void Store(uint8_t* out, V b, V g, V r) noexcept {
-        const V bg = _mm512_or_si512(b, _mm512_slli_epi16(g, 8));
-        const V first = _mm512_set_epi16(47, 15, 46, 14, 45, 13, 44, 12, 43, 11, 42, 10, 41, 9, 40, 8, 39, 7, 38, 6, 37,
-                                         5, 36, 4, 35, 3, 34, 2, 33, 1, 32, 0);
-        const V second = _mm512_add_epi16(first, _mm512_set1_epi16(16));
-        StorePixels(out, _mm512_permutex2var_epi16(bg, first, r), _mm512_permutex2var_epi16(bg, second, r));
+    // The blue, green and red values of the 32 pixels from column j (odd), 16-bit lanes.
+    template <RowLayout Layout> QM_INLINE static void Values(const uint16_t* p, const uint16_t* c, const uint16_t* n,
+                                                             int64_t j, V one, V (&bgr)[3]) noexcept {
+        // Even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
+        V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
+        means[kOwn] = Load(c + j);
+        means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+        means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+        means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+        const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+        const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+        means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+        bgr[0] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]);
+        bgr[1] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]);
+        bgr[2] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]);
     }
+
+    template <RowLayout Layout, bool Short> static void Interior(const uint16_t* p, const uint16_t* c,
+                                                                 const uint16_t* n, int64_t groups, uint8_t* out,
+                                                                 const FixedChannels& ch) noexcept {
+        const Channel channel[3] = {Broadcast(ch.blue), Broadcast(ch.green), Broadcast(ch.red)};
+        const Interleave interleave = Interleave::Load(kPackedInterleave);
+        const V one = _mm512_set1_epi16(1);
+        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
+            V first[3], second[3], bytes[3];
+            Values<Layout>(p, c, n, j, one, first);
+            Values<Layout>(p, c, n, j + 32, one, second);
+            for (int k = 0; k < 3; ++k)
+                bytes[k] = _mm512_packus_epi16(Apply<Short>(first[k], channel[k], one),
+                                               Apply<Short>(second[k], channel[k], one));
+            interleave.Store(out + 3 * j, bytes[0], bytes[1], bytes[2]);
+        }
+    }
+
     // 32 pixels, one a 32-bit lane with its bytes at the bottom: 96 bytes.
     QM_INLINE static void StorePixels(uint8_t* out, V pixels0, V pixels1) noexcept {
         const V bytes = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
@@ -89,44 +165,6 @@ struct FixedKernels {
         _mm512_storeu_si512(out, _mm512_permutex2var_epi32(low, head, high));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 64),
                             _mm512_castsi512_si256(_mm512_permutexvar_epi32(tail, high)));
-    }
-
-    template <class Sample, RowLayout Layout> static void Interior(const Sample* p, const Sample* c, const Sample* n,
-                                                                   int64_t groups, uint8_t* out,
-                                                                   const FixedChannels& ch) noexcept {
-        // A run starts at an odd column: even lanes hold odd columns.
-        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
-        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
-        const Channel blue = Broadcast(ch.blue), green = Broadcast(ch.green), red = Broadcast(ch.red);
-        const V one = _mm512_set1_epi16(1);
-        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
-            V means[kMeans];
-            means[kOwn] = Load(c + j);
-            if constexpr (sizeof(Sample) == 1) {
-                // Four 8-bit samples sum to at most 1020: plain 16-bit sums.
-                const V across = _mm512_add_epi16(Load(c + j - 1), Load(c + j + 1));
-                const V vertical = _mm512_add_epi16(Load(p + j), Load(n + j));
-                const V diagonal = _mm512_add_epi16(_mm512_add_epi16(Load(p + j - 1), Load(p + j + 1)),
-                                                    _mm512_add_epi16(Load(n + j - 1), Load(n + j + 1)));
-                means[kCross] = _mm512_srli_epi16(_mm512_add_epi16(across, vertical), 2);
-                means[kDiagonal] = _mm512_srli_epi16(diagonal, 2);
-                means[kAcross] = _mm512_srli_epi16(across, 1);
-                means[kVertical] = _mm512_srli_epi16(vertical, 1);
-            } else {
-                // 16-bit samples: halves and quarters from rounding averages and the sums' low bits.
-                V oddAcross, oddVertical, oddAbove, oddBelow;
-                means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
-                means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
-                means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
-                const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
-                const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
-                means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
-            }
-            const V b = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue, one);
-            const V g = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]), green, one);
-            const V r = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]), red, one);
-            Store(out + 3 * j, b, g, r);
-        }
     }
 
     // Binning, 32 cells a step with the unmasked store above; an odd group of 16 goes to the
@@ -153,40 +191,21 @@ struct FixedKernels {
         if (g < groups) RowKernels<Avx512Lanes>::Bin(top, bottom, 1, out, shift);
     }
 
-    template <class Sample> static constexpr void Fill(FixedRowFn<Sample>* row) noexcept {
-        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<Sample, RowLayout::GreenRRed>;
-        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<Sample, RowLayout::BlueGreenB>;
-        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<Sample, RowLayout::GreenBBlue>;
-        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<Sample, RowLayout::RedGreenR>;
+    template <bool Short> static constexpr void Fill(FixedRowFn<uint16_t>* row) noexcept {
+        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed, Short>;
+        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB, Short>;
+        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue, Short>;
+        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR, Short>;
     }
     static constexpr VectorRows Table() noexcept {
         VectorRows table = RowKernels<Avx512Lanes>::kTable;
         table.fixed.width = kWidth;
-        Fill<uint8_t>(table.fixed.u8);
-        Fill<uint16_t>(table.fixed.u16);
+        Fill<false>(table.fixed.u16);
+        Fill<true>(table.fixed.u16Short);
         table.bin = &Bin;
         return table;
     }
 };
-
-// The 192 output bytes of 64 pixels, three vectors: each takes its blue and green bytes from a
-// two-source byte permute and its red bytes from a masked one-source permute over it. Index byte q
-// of vector v: pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
-struct InterleaveBytes {
-    alignas(64) uint8_t index[3][64];
-    uint64_t red[3];
-};
-constexpr InterleaveBytes MakeInterleave() noexcept {
-    InterleaveBytes out{};
-    for (int v = 0; v < 3; ++v)
-        for (int q = 0; q < 64; ++q) {
-            const int at = 64 * v + q, pixel = at / 3, channel = at % 3;
-            out.index[v][q] = static_cast<uint8_t>(pixel + (channel == 1 ? 64 : 0));
-            if (channel == 2) out.red[v] |= uint64_t{1} << q;
-        }
-    return out;
-}
-constexpr InterleaveBytes kInterleave = MakeInterleave();
 
 // The interior of 8-bit mosaics in 8-bit lanes, 64 pixels a step: every mean of 8-bit samples is
 // an 8-bit value, so the means come from byte averages and the channel rule from byte tables.
@@ -221,22 +240,6 @@ struct ByteKernels {
         return _mm512_mask_blend_epi8(_mm512_movepi8_mask(x), low, high);
     }
 
-    // The interleave's indices and red masks in registers.
-    struct Interleave {
-        V index[3];
-        __mmask64 red[3];
-    };
-    QM_INLINE static Interleave LoadInterleave() noexcept {
-        const InterleaveBytes& m = kInterleave;
-        return {{Load(m.index[0]), Load(m.index[1]), Load(m.index[2])}, {m.red[0], m.red[1], m.red[2]}};
-    }
-    QM_INLINE static void Store(uint8_t* out, V b, V g, V r, const Interleave& m) noexcept {
-        for (int v = 0; v < 3; ++v) {
-            const V bg = _mm512_permutex2var_epi8(b, m.index[v], g);
-            _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(bg, m.red[v], m.index[v], r));
-        }
-    }
-
     template <RowLayout Layout> static void Interior(const uint8_t* p, const uint8_t* c, const uint8_t* n,
                                                      int64_t groups, uint8_t* out, const ByteTables& tables) noexcept {
         // A run starts at an odd column: even lanes hold odd columns.
@@ -244,7 +247,7 @@ struct ByteKernels {
         constexpr __mmask64 kEvenColumns = 0xAAAAAAAAAAAAAAAAu;
         const Table blue = LoadTable(tables.channel[0]), green = LoadTable(tables.channel[1]),
                     red = LoadTable(tables.channel[2]);
-        const Interleave interleave = LoadInterleave();
+        const Interleave interleave = Interleave::Load(kInterleave);
         const V one = _mm512_set1_epi8(1);
         for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
             V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
@@ -258,7 +261,7 @@ struct ByteKernels {
             const V b = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue);
             const V g = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.green], means[kEven.green]), green);
             const V r = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.red], means[kEven.red]), red);
-            Store(out + 3 * j, b, g, r, interleave);
+            interleave.Store(out + 3 * j, b, g, r);
         }
     }
 
