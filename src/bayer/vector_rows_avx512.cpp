@@ -234,10 +234,12 @@ struct ByteKernels {
     QM_INLINE static Table LoadTable(const uint8_t* t) noexcept {
         return {{Load(t), Load(t + 64), Load(t + 128), Load(t + 192)}};
     }
+    // Each lookup writes only its own half and keeps the index elsewhere, so the second one reads
+    // the bytes the first left alone.
     QM_INLINE static V Lookup(V x, const Table& t) noexcept {
-        const V low = _mm512_permutex2var_epi8(t.part[0], x, t.part[1]);
-        const V high = _mm512_permutex2var_epi8(t.part[2], x, t.part[3]);
-        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(x), low, high);
+        const __mmask64 high = _mm512_movepi8_mask(x);
+        const V low = _mm512_mask2_permutex2var_epi8(t.part[0], x, _knot_mask64(high), t.part[1]);
+        return _mm512_mask2_permutex2var_epi8(t.part[2], low, high, t.part[3]);
     }
 
     template <RowLayout Layout> static void Interior(const uint8_t* p, const uint8_t* c, const uint8_t* n,
