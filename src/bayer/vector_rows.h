@@ -35,19 +35,22 @@ using BinRowFn = void (*)(const uint16_t* top, const uint16_t* bottom, int64_t g
 template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups,
                                                     uint8_t* out, const FixedChannels& channels) noexcept;
 
-// [row layout, as RowLayout]; null where the instruction set has no such kernel. The short kernels
-// take channels whose multipliers all have the short form (mulLow 0).
+// What the three channels' integer forms have in common, from the most general: any multiplier;
+// multipliers of the short form (mulLow 0); short ones with up 0 and no cut-off (cutFrom 0).
+enum class FixedForm : uint8_t { Long, Short, Lean };
+inline constexpr int kFixedForms = 3;
+
+// [form][row layout, as RowLayout]; null where the instruction set has no such kernel.
 struct FixedRows {
     int32_t width;  // pixels per run
-    FixedRowFn<uint8_t> u8[4];
-    FixedRowFn<uint16_t> u16[4];
-    FixedRowFn<uint16_t> u16Short[4];
+    FixedRowFn<uint8_t> u8[kFixedForms][4];
+    FixedRowFn<uint16_t> u16[kFixedForms][4];
 
-    template <class Sample> const FixedRowFn<Sample>* For(bool shortForm) const noexcept {
+    template <class Sample> const FixedRowFn<Sample>* For(FixedForm form) const noexcept {
         if constexpr (std::is_same_v<Sample, uint8_t>)
-            return shortForm ? nullptr : u8;
+            return u8[static_cast<int>(form)];
         else if constexpr (std::is_same_v<Sample, uint16_t>)
-            return shortForm ? u16Short : u16;
+            return u16[static_cast<int>(form)];
         else
             return nullptr;
     }

@@ -102,13 +102,13 @@ struct FixedKernels {
                 _mm_cvtsi32_si128(c.down)};
     }
     // ApplyFixed lane by lane but for its clamp at 255, which the saturating pack of the bytes
-    // does: below `limit` a value stays below 2^(up + 8) + 255, under 2^15 (the form has up <= 14).
-    // The short form has mulLow 0, the long one down 0.
-    template <bool Short> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
-        const __mmask32 cut = _mm512_cmplt_epu16_mask(x, c.cutFrom);
-        const V t = _mm512_sll_epi16(_mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit), c.up);
+    // does: below `limit` a value stays below 2^up + 255, under 2^15 (the form has up <= 14). The
+    // short form has mulLow 0, the long one down 0, the lean one also up 0 and no cut-off.
+    template <FixedForm Form> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
+        V t = _mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit);
+        if constexpr (Form != FixedForm::Lean) t = _mm512_sll_epi16(t, c.up);
         V high = _mm512_mulhi_epu16(t, c.mulHigh);
-        if constexpr (Short) {
+        if constexpr (Form != FixedForm::Long) {
             high = _mm512_srl_epi16(high, c.down);
         } else {
             // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
@@ -116,7 +116,8 @@ struct FixedKernels {
             const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
             high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
         }
-        return _mm512_mask_mov_epi16(high, cut, c.cutByte);
+        if constexpr (Form == FixedForm::Lean) return high;
+        return _mm512_mask_mov_epi16(high, _mm512_cmplt_epu16_mask(x, c.cutFrom), c.cutByte);
     }
 
     // The blue, green and red values of the 32 pixels from column j (odd), 16-bit lanes.
@@ -138,9 +139,9 @@ struct FixedKernels {
         bgr[2] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]);
     }
 
-    template <RowLayout Layout, bool Short> static void Interior(const uint16_t* p, const uint16_t* c,
-                                                                 const uint16_t* n, int64_t groups, uint8_t* out,
-                                                                 const FixedChannels& ch) noexcept {
+    template <RowLayout Layout, FixedForm Form> static void Interior(const uint16_t* p, const uint16_t* c,
+                                                                     const uint16_t* n, int64_t groups, uint8_t* out,
+                                                                     const FixedChannels& ch) noexcept {
         const Channel channel[3] = {Broadcast(ch.blue), Broadcast(ch.green), Broadcast(ch.red)};
         const Interleave interleave = Interleave::Load(kPackedInterleave);
         const V one = _mm512_set1_epi16(1);
@@ -149,8 +150,8 @@ struct FixedKernels {
             Values<Layout>(p, c, n, j, one, first);
             Values<Layout>(p, c, n, j + 32, one, second);
             for (int k = 0; k < 3; ++k)
-                bytes[k] = _mm512_packus_epi16(Apply<Short>(first[k], channel[k], one),
-                                               Apply<Short>(second[k], channel[k], one));
+                bytes[k] = _mm512_packus_epi16(Apply<Form>(first[k], channel[k], one),
+                                               Apply<Form>(second[k], channel[k], one));
             interleave.Store(out + 3 * j, bytes[0], bytes[1], bytes[2]);
         }
     }
@@ -191,17 +192,18 @@ struct FixedKernels {
         if (g < groups) RowKernels<Avx512Lanes>::Bin(top, bottom, 1, out, shift);
     }
 
-    template <bool Short> static constexpr void Fill(FixedRowFn<uint16_t>* row) noexcept {
-        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed, Short>;
-        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB, Short>;
-        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue, Short>;
-        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR, Short>;
+    template <FixedForm Form> static constexpr void Fill(FixedRowFn<uint16_t>* row) noexcept {
+        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed, Form>;
+        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB, Form>;
+        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue, Form>;
+        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR, Form>;
     }
     static constexpr VectorRows Table() noexcept {
         VectorRows table = RowKernels<Avx512Lanes>::kTable;
         table.fixed.width = kWidth;
-        Fill<false>(table.fixed.u16);
-        Fill<true>(table.fixed.u16Short);
+        Fill<FixedForm::Long>(table.fixed.u16[static_cast<int>(FixedForm::Long)]);
+        Fill<FixedForm::Short>(table.fixed.u16[static_cast<int>(FixedForm::Short)]);
+        Fill<FixedForm::Lean>(table.fixed.u16[static_cast<int>(FixedForm::Lean)]);
         table.bin = &Bin;
         return table;
     }
