@@ -158,9 +158,10 @@ template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
         int32_t offset;
         uint16_t shift;
     } cases[] = {
-        {0.9, 0, 0},        {0.9, 0, 4},    {0.9, 64, 0},   {0.9, 64, 4},  {0.7, 0, 0},      {0.1, 3, 1},
-        {1.1, 0, 2},        {1.0, 0, 0},    {4.0, 0, 0},    {255.0, 1, 0}, {1.0 / 3, 0, 31}, {1.0 - 0x1p-40, 0, 0},
-        {0.5, kMax - 1, 3}, {0.5, kMax, 0}, {2.0, 200, 32}, {0.0, 7, 0},   {1e-4, 0, 0},     {3000.0, 0, 5},
+        {0.9, 0, 0},      {0.9, 0, 4},           {0.9, 64, 0},       {0.9, 64, 4},   {0.7, 0, 0},
+        {0.1, 3, 1},      {1.1, 0, 2},           {1.0, 0, 0},        {4.0, 0, 0},    {255.0, 1, 0},
+        {1.0 / 3, 0, 31}, {1.0 - 0x1p-40, 0, 0}, {0.5, kMax - 1, 3}, {0.5, kMax, 0}, {2.0, 200, 32},
+        {0.0, 7, 0},      {1e-4, 0, 0},          {3000.0, 0, 5},     {2.0, 1, 1},
     };
     std::mt19937_64 rng(seed);
     for (const uint32_t w : {33u, 35u, 65u, 66u, 67u, 98u, 130u, 131u})
@@ -265,7 +266,8 @@ TEST(BayerInterpolate, RunsAroundTheirWidthU8) { CompareRuns<uint8_t>(21); }
 TEST(BayerInterpolate, RunsAroundTheirWidthU16) { CompareRuns<uint16_t>(22); }
 
 // Both integer forms, where the check takes them, give the exact rule's byte for every value of
-// the range, not only at the levels the check looks at.
+// the range, not only at the levels the check looks at; as red or green (the offset subtracted)
+// and as blue (only cut off at it).
 TEST(BayerInterpolate, IntegerFormsMatchEveryValue) {
     const struct {
         double gain;
@@ -278,22 +280,25 @@ TEST(BayerInterpolate, IntegerFormsMatchEveryValue) {
         {1.8374, 256, true, 4, 65535}, {0.7, 3, true, 1, 65535},      {1.0, 0, false, 0, 65535},
         {255.0, 1, false, 0, 65535},   {1.0 / 3, 0, true, 31, 65535}, {1e-4, 0, false, 0, 65535},
         {3000.0, 0, true, 5, 65535},   {0.0, 7, false, 0, 65535},     {2.5, 16, true, 1, 255},
+        {4.0, 1, true, 1, 65535},      {4.0, 2, true, 1, 65535},
     };
     int taken[2] = {};
     for (const auto& c : cases)
-        for (const bool shortForm : {false, true}) {
-            const qm::BayerChannel channel{c.gain, c.offset, c.offset};
-            int64_t budget = int64_t{1} << 20;
-            qm::FixedChannel fixed{};
-            if (!qm::MakeFixedChannel(channel, c.shifted, c.shift, c.high, budget, fixed, shortForm)) continue;
-            ++taken[shortForm];
-            for (int32_t x = 0; x <= c.high; ++x)
-                ASSERT_EQ(qm::ApplyFixed(x, fixed), qm::ApplyExact(x, channel, c.shifted, c.shift))
-                    << c.gain << ' ' << c.offset << ' ' << c.shift << (shortForm ? " short" : " long") << " at " << x;
-        }
+        for (const int shortForm : {0, 1})
+            for (const bool blue : {false, true}) {
+                const qm::BayerChannel channel{c.gain, c.offset, blue ? 0 : c.offset};
+                int64_t budget = int64_t{1} << 20;
+                qm::FixedChannel fixed{};
+                if (!qm::MakeFixedChannel(channel, c.shifted, c.shift, c.high, budget, fixed, shortForm == 1)) continue;
+                ++taken[shortForm];
+                for (int32_t x = 0; x <= c.high; ++x)
+                    ASSERT_EQ(qm::ApplyFixed(x, fixed), qm::ApplyExact(x, channel, c.shifted, c.shift))
+                        << c.gain << ' ' << c.offset << ' ' << c.shift << (shortForm ? " short" : " long")
+                        << (blue ? " blue" : "") << " at " << x;
+            }
     // The short form serves the common gains; neither form is vacuous here.
-    EXPECT_GE(taken[true], 8);
-    EXPECT_GE(taken[false], 10);
+    EXPECT_GE(taken[1], 16);
+    EXPECT_GE(taken[0], 20);
 }
 
 // Which channels the integer form takes under the budget of a 2048 x 2048 frame: the gains and
