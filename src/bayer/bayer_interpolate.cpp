@@ -20,8 +20,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
-#include <new>
 #include <type_traits>
 
 #include "bayer/bayer.h"
@@ -33,8 +31,6 @@
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
-#include "core/overlap.h"
-#include "core/stream.h"
 
 namespace qm {
 namespace {
@@ -230,13 +226,13 @@ template <class Sample> QM_INLINE void ScalarColumns(const Job<Sample>& job, int
 }
 
 // Row 0, out of line like the edge columns, with planes of its own.
-template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job, uint8_t* out) noexcept {
+template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) noexcept {
     Planes v;
     const int64_t perRow = std::max<int64_t>(job.mosaic.width, 2);
     for (int64_t k0 = 0; k0 < perRow; k0 += kChunk) {
         const int32_t count = static_cast<int32_t>(std::min<int64_t>(kChunk, perRow - k0));
         for (int32_t k = 0; k < count; ++k) FirstRowPixel(job.mosaic, k0 + k, perRow, v, k);
-        StoreRun(job.rule, out + 3 * k0, v, count, job.channels);
+        StoreRun(job.rule, job.out + 3 * k0, v, count, job.channels);
     }
 }
 
@@ -297,37 +293,21 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     uint8_t* out = job.out;
     Planes v;
 
-    // An output larger than the cache is written a row at a time into a scratch row, placed so
-    // that the runs from column 1 fall on whole cache lines, and streamed out from there.
-    const size_t rowBytes = 3 * static_cast<size_t>(perRow);
-    const size_t outBytes = rowBytes * static_cast<size_t>(h >= 3 ? h - 1 : 1);
-    std::unique_ptr<uint8_t[]> scratch;
-    uint8_t* staged = nullptr;
-    if (Streams(outBytes, Overlaps(out, outBytes, m.data, static_cast<size_t>(w * h) * sizeof(Sample)))) {
-        scratch.reset(new (std::nothrow) uint8_t[rowBytes + 64]);
-        if (scratch != nullptr)
-            staged = scratch.get() + (64 - (reinterpret_cast<uintptr_t>(scratch.get()) + 3) % 64) % 64;
-    }
-
-    FirstRow(job, staged != nullptr ? staged : out);
-    if (staged != nullptr) StreamCopy(out, staged, rowBytes);
+    FirstRow(job);
     out += 3 * perRow;
 
     // The vector kernel takes whole runs of interior columns from column 1; the edge columns and
     // the interior's remainder go through the planes.
     const int64_t runs = job.vectorWidth > 0 ? (w - 2) / job.vectorWidth : 0;
     for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
-        uint8_t* const row = staged != nullptr ? staged : out;
         // Columns [1, done) are written by the vector kernel; the edge columns after it, whose
         // loads then find the row below in the cache.
-        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, row) : 1;
+        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, out) : 1;
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
-        ScalarColumns<Sample>(job, i, first, last, done, row, v);
-        if (staged != nullptr) StreamCopy(out, staged, rowBytes);
+        ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
-    if (staged != nullptr) StreamFence();
 }
 
 // The table index of a row layout's kernel for runs from an odd column, or from an even one: the

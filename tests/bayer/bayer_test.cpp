@@ -265,15 +265,6 @@ template <class Sample> void CompareRuns(uint64_t seed) {
 TEST(BayerInterpolate, RunsAroundTheirWidthU8) { CompareRuns<uint8_t>(21); }
 TEST(BayerInterpolate, RunsAroundTheirWidthU16) { CompareRuns<uint16_t>(22); }
 
-// Every output streamed out through the scratch row, on every kind of path through a row.
-TEST(BayerInterpolate, StreamedMatchesModel) {
-    qm::SetStreamingThreshold(1);
-    CompareRuns<uint8_t>(23);
-    CompareRuns<uint16_t>(24);
-    Compare<int16_t>(MathBayerInterpolateI16, qmeTypeI16, Sums::Exact, 25, 30);
-    qm::SetStreamingThreshold(0);
-}
-
 // Both integer forms, where the check takes them, give the exact rule's byte for every value of
 // the range, not only at the levels the check looks at; as red or green (the offset subtracted)
 // and as blue (only cut off at it).
