@@ -4,7 +4,6 @@
 //
 // Both read the mosaic through a bounded reader: an element index outside the buffer they were
 // given reads as 0, so no argument a host can pass makes them read memory they do not own.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,8 +13,6 @@
 #include "bayer/vector_rows.h"
 #include "core/cpu.h"
 #include "core/element_types.h"
-#include "core/overlap.h"
-#include "core/stream.h"
 
 namespace qm {
 namespace {
@@ -78,41 +75,22 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
     uint8_t* out = static_cast<uint8_t*>(dst->pData);
     const VectorRows* vector = ActiveVectorRows();
     const uint32_t runWidth = vector != nullptr ? static_cast<uint32_t>(vector->width) : 0;
-    // Cells [x0, x0 + count) of the row whose cells start at samples top and bottom, all inside the
-    // source, written from `at`: whole runs go to the vector kernel.
-    const auto cells = [&](int64_t top, int64_t bottom, uint32_t x0, uint32_t count, uint8_t* at) noexcept {
-        uint32_t x = 0;
-        if (runWidth > 0 && count >= runWidth) {
-            const uint32_t runs = count / runWidth;
-            vector->bin(sample.Address(top + 2 * int64_t{x0}), sample.Address(bottom + 2 * int64_t{x0}), runs, at,
-                        shift & 31u);
-            x = runs * runWidth;
-        }
-        for (; x < count; ++x) {
-            const int64_t a = top + 2 * int64_t{x0 + x}, b = bottom + 2 * int64_t{x0 + x};
-            PutPixel(at + 3 * static_cast<size_t>(x), sample.At(b), (sample.At(a) + sample.At(b + 1)) / 2,
-                     sample.At(a + 1), shift);
-        }
-    };
-    // An output larger than the cache goes out through a scratch block with streaming stores.
-    const size_t outBytes = static_cast<size_t>(height - 1) * width * 3;
-    const bool stream = Streams(outBytes, Overlaps(out, outBytes, src->pData, sample.size() * sizeof(uint16_t)));
-    constexpr uint32_t kScratchCells = 2048;
-    alignas(64) uint8_t scratch[3 * kScratchCells];
     for (uint32_t y = 0; y + 1 < height; ++y) {
         const int64_t top = 2 * static_cast<int64_t>(y) * stride;
         const int64_t bottom = top + stride;
         uint8_t* row = out + static_cast<size_t>(y) * width * 3;
         if (static_cast<uint64_t>(bottom + 2 * static_cast<int64_t>(width)) <= sample.size()) {
-            // The whole row of cells lies inside the source.
-            if (!stream) {
-                cells(top, bottom, 0, width, row);
-                continue;
+            // The whole row of cells lies inside the source: whole runs go to the vector kernel.
+            uint32_t x = 0;
+            if (runWidth > 0 && width >= runWidth) {
+                const uint32_t runs = width / runWidth;
+                vector->bin(sample.Address(top), sample.Address(bottom), runs, row, shift & 31u);
+                x = runs * runWidth;
             }
-            for (uint32_t x0 = 0; x0 < width; x0 += kScratchCells) {
-                const uint32_t count = std::min(kScratchCells, width - x0);
-                cells(top, bottom, x0, count, scratch);
-                StreamCopy(row + 3 * static_cast<size_t>(x0), scratch, 3 * static_cast<size_t>(count));
+            for (; x < width; ++x) {
+                const int64_t a = top + 2 * int64_t{x}, b = bottom + 2 * int64_t{x};
+                PutPixel(row + 3 * static_cast<size_t>(x), sample.At(b), (sample.At(a) + sample.At(b + 1)) / 2,
+                         sample.At(a + 1), shift);
             }
         } else {
             for (uint32_t x = 0; x < width; ++x) {
@@ -122,7 +100,6 @@ Status BayerSimple(const QmdDataStruct* dst, const QmdDataStruct* src, uint16_t 
             }
         }
     }
-    if (stream) StreamFence();
     return Status::Ok;
 }
 
