@@ -322,8 +322,8 @@ std::atomic<int64_t> g_fixedBudget{0};
 
 // The integer form of the three channels, when the sample type has its kernels here, the rows are
 // wide enough for a run and the form checks out within the budget: a few thousand values, more
-// for larger images, so the check stays a small part of the call. The short form first, where
-// the instruction set has kernels for it.
+// for larger images, so the check stays a small part of the call. The short form first (its
+// kernels are cheaper), then the long one.
 template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& vector, bool shifted) noexcept {
     if (vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
     const int64_t pixels = job.mosaic.width * job.mosaic.height, set = g_fixedBudget.load(std::memory_order_relaxed);

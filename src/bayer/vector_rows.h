@@ -40,16 +40,14 @@ template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sampl
 enum class FixedForm : uint8_t { Long, Short, Lean };
 inline constexpr int kFixedForms = 3;
 
-// [form][row layout, as RowLayout]; null where the instruction set has no such kernel.
+// [form][row layout, as RowLayout]; null where the instruction set has no such kernel. 8-bit
+// mosaics take the byte tables below instead.
 struct FixedRows {
     int32_t width;  // pixels per run
-    FixedRowFn<uint8_t> u8[kFixedForms][4];
     FixedRowFn<uint16_t> u16[kFixedForms][4];
 
     template <class Sample> const FixedRowFn<Sample>* For(FixedForm form) const noexcept {
-        if constexpr (std::is_same_v<Sample, uint8_t>)
-            return u8[static_cast<int>(form)];
-        else if constexpr (std::is_same_v<Sample, uint16_t>)
+        if constexpr (std::is_same_v<Sample, uint16_t>)
             return u16[static_cast<int>(form)];
         else
             return nullptr;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The vector row kernels for AVX-512 (F, BW, DQ, VL, VBMI) with FMA (flags from the build:
-// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels
+// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 64 pixels
 // a step in 16-bit lanes, and of 8-bit mosaics with the rule in byte tables, 64 pixels a step in
-// 8-bit lanes.
+// 8-bit lanes. Both store their pixels through the same byte interleave.
 #if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__) || \
     !defined(__AVX512VBMI__)
 #error "built without the AVX-512 flags"
