@@ -241,32 +241,16 @@ template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) 
 // left over. `kernel` holds the kernel for runs from an odd column and the one for runs from an even
 // column (the row's layout with its columns' parities swapped). Returns W - 1, the first column
 // not written.
-// A run that writes whole cache lines (64 pixels, 192 bytes) is placed on them instead: one run
-// from column 1, then the runs from the first column whose pixel starts a line (3 is invertible
-// mod 64, so every row has one among its first 64 columns), then the overlapping last run.
 template <class Kernel, class Sample, class Channels>
 QM_INLINE int64_t VectorColumns(const Kernel (&kernel)[2], const Mosaic<Sample>& m, int64_t i, int64_t runs,
                                 int64_t width, uint8_t* out, const Channels& channels) noexcept {
     const Sample *p = m.RowAddress(i - 1), *c = m.RowAddress(i), *n = m.RowAddress(i + 1);
+    kernel[0](p, c, n, runs, out, channels);
     const int64_t w = m.width;
-    // `count` runs from column `from` >= 1; the kernels start at column 1 of what they are given.
-    const auto run = [&](int64_t from, int64_t count) {
-        const int64_t shift = from - 1;
-        kernel[from % 2 == 0](p + shift, c + shift, n + shift, count, out + 3 * shift, channels);
-    };
-    int64_t from = 1;
-    if (3 * width % 64 == 0) {
-        constexpr int64_t kInverseOf3 = 43;  // 3 * 43 = 1 mod 64
-        const auto misaligned = static_cast<int64_t>(reinterpret_cast<uintptr_t>(out + 3) % 64);
-        const int64_t lineStart = 1 + (64 - misaligned) * kInverseOf3 % 64;
-        if (lineStart != 1 && lineStart + width <= w - 1) {
-            run(1, 1);
-            from = lineStart;
-            runs = (w - 1 - from) / width;
-        }
+    if (const int64_t from = w - 1 - width; 1 + runs * width < w - 1) {
+        const int64_t shift = from - 1;  // the kernels start at column 1 of what they are given
+        kernel[from % 2 == 0](p + shift, c + shift, n + shift, 1, out + 3 * shift, channels);
     }
-    run(from, runs);
-    if (from + runs * width < w - 1) run(w - 1 - width, 1);
     return w - 1;
 }
 
@@ -300,12 +284,11 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     // the interior's remainder go through the planes.
     const int64_t runs = job.vectorWidth > 0 ? (w - 2) / job.vectorWidth : 0;
     for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
-        // Columns [1, done) are written by the vector kernel; the edge columns after it, whose
-        // loads then find the row below in the cache.
-        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, out) : 1;
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
+        // Columns [1, done) are written by the vector kernel.
+        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, out) : 1;
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }

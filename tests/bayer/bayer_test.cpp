@@ -243,8 +243,8 @@ TEST(BayerInterpolate, ByteTablesTakeEveryValue) {
 }
 
 // Widths around the 64-pixel run (66 is the first to take it) and its multiples, heights odd and
-// even, every phase, and every kind of start of the destination within a cache line: the runs
-// placed on whole lines after a first run that overlaps them, and the last run that overlaps too.
+// even, every phase, destinations starting anywhere within a cache line (the kernels store whole
+// vectors wherever they fall), and the last run of a row overlapping the one before it.
 template <class Sample> void CompareRuns(uint64_t seed) {
     const CheckEveryValue budget;
     std::mt19937_64 rng(seed);
