@@ -30,8 +30,7 @@
 //   >= 0, so the multiplier approximates g / 2^s from above (ceil of its 32-bit scaling); the small
 //   excess, and the double rounding of the exact rule's product, are what the check rules on.
 // - `limit` is the least argument at which the integer form reaches 255, so clamping there changes
-//   no byte and keeps (limit << up) inside 16 bits; with up at most 14 the unclamped value stays
-//   below 255 + 2^14, so the vector kernels may leave the clamp to a signed saturating pack.
+//   no byte and keeps (limit << up) inside 16 bits.
 #pragma once
 
 #include <algorithm>
@@ -100,7 +99,7 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
         if (down > 15) return false;
         multiplier = m << 16;
     }
-    if (up > 14) return false;
+    if (up > 15) return false;
     uint64_t limit = 65535;
     if (multiplier != 0)
         limit = std::min<uint64_t>(limit, ((uint64_t{255} << (32 + down) >> up) + multiplier - 1) / multiplier);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The vector row kernels for AVX-512 (F, BW, DQ, VL, VBMI) with FMA (flags from the build:
-// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 64 pixels
+// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels
 // a step in 16-bit lanes, and of 8-bit mosaics with the rule in byte tables, 64 pixels a step in
-// 8-bit lanes. Both store their pixels through the same byte interleave.
+// 8-bit lanes.
 #if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__) || \
     !defined(__AVX512VBMI__)
 #error "built without the AVX-512 flags"
@@ -24,28 +24,22 @@ namespace {
 
 // The 192 output bytes of 64 pixels, three vectors: each takes its blue and green bytes from a
 // two-source byte permute and its red bytes from a masked one-source permute over it. Index byte q
-// of vector v: the byte of pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
-// A channel's bytes are in pixel order, or (packed) in the order of a saturating pack of two
-// vectors of 16-bit lanes: per 128-bit block, eight pixels from the first and eight from the second.
+// of vector v: pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
 struct InterleaveBytes {
     alignas(64) uint8_t index[3][64];
     uint64_t red[3];
 };
-constexpr int PackedByte(int pixel) noexcept {
-    const int half = pixel / 32, k = pixel % 32;
-    return 16 * (k / 8) + 8 * half + k % 8;
-}
-constexpr InterleaveBytes MakeInterleave(bool packed) noexcept {
+constexpr InterleaveBytes MakeInterleave() noexcept {
     InterleaveBytes out{};
     for (int v = 0; v < 3; ++v)
         for (int q = 0; q < 64; ++q) {
             const int at = 64 * v + q, pixel = at / 3, channel = at % 3;
-            out.index[v][q] = static_cast<uint8_t>((packed ? PackedByte(pixel) : pixel) + (channel == 1 ? 64 : 0));
+            out.index[v][q] = static_cast<uint8_t>(pixel + (channel == 1 ? 64 : 0));
             if (channel == 2) out.red[v] |= uint64_t{1} << q;
         }
     return out;
 }
-constexpr InterleaveBytes kInterleave = MakeInterleave(false), kPackedInterleave = MakeInterleave(true);
+constexpr InterleaveBytes kInterleave = MakeInterleave();
 
 // The interleave's indices and red masks in registers, and the store of 64 pixels from their
 // blue, green and red bytes.
@@ -65,12 +59,11 @@ struct Interleave {
     }
 };
 
-// The interior of 16-bit mosaics with the channel rule in its integer form, 64 pixels a step as two
-// halves of 32 in 16-bit lanes; the bytes of each channel's halves are joined and stored like
-// those of the 8-bit interior.
+// The interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels a step in
+// 16-bit lanes.
 struct FixedKernels {
     using V = __m512i;
-    static constexpr int kWidth = 64;
+    static constexpr int kWidth = 32;
 
     QM_INLINE static V Load(const uint16_t* p) noexcept { return _mm512_loadu_si512(p); }
 
@@ -101,9 +94,8 @@ struct FixedKernels {
                 _mm_cvtsi32_si128(c.up),
                 _mm_cvtsi32_si128(c.down)};
     }
-    // ApplyFixed lane by lane but for its clamp at 255, which the saturating pack of the bytes
-    // does: below `limit` a value stays below 2^up + 255, under 2^15 (the form has up <= 14). The
-    // short form has mulLow 0, the long one down 0, the lean one also up 0 and no cut-off.
+    // ApplyFixed lane by lane. The short form has mulLow 0, the long one down 0, the lean one also
+    // up 0 and no cut-off.
     template <FixedForm Form> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
         V t = _mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit);
         if constexpr (Form != FixedForm::Lean) t = _mm512_sll_epi16(t, c.up);
@@ -116,6 +108,7 @@ struct FixedKernels {
             const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
             high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
         }
+        high = _mm512_min_epu16(high, _mm512_set1_epi16(255));
         if constexpr (Form == FixedForm::Lean) return high;
         return _mm512_mask_mov_epi16(high, _mm512_cmplt_epu16_mask(x, c.cutFrom), c.cutByte);
     }
@@ -142,20 +135,26 @@ struct FixedKernels {
     template <RowLayout Layout, FixedForm Form> static void Interior(const uint16_t* p, const uint16_t* c,
                                                                      const uint16_t* n, int64_t groups, uint8_t* out,
                                                                      const FixedChannels& ch) noexcept {
-        const Channel channel[3] = {Broadcast(ch.blue), Broadcast(ch.green), Broadcast(ch.red)};
-        const Interleave interleave = Interleave::Load(kPackedInterleave);
+        const Channel blue = Broadcast(ch.blue), green = Broadcast(ch.green), red = Broadcast(ch.red);
         const V one = _mm512_set1_epi16(1);
         for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
-            V first[3], second[3], bytes[3];
-            Values<Layout>(p, c, n, j, one, first);
-            Values<Layout>(p, c, n, j + 32, one, second);
-            for (int k = 0; k < 3; ++k)
-                bytes[k] = _mm512_packus_epi16(Apply<Form>(first[k], channel[k], one),
-                                               Apply<Form>(second[k], channel[k], one));
-            interleave.Store(out + 3 * j, bytes[0], bytes[1], bytes[2]);
+            V bgr[3];
+            Values<Layout>(p, c, n, j, one, bgr);
+            Store(out + 3 * j, Apply<Form>(bgr[0], blue, one), Apply<Form>(bgr[1], green, one),
+                  Apply<Form>(bgr[2], red, one));
         }
     }
 
+    // Blue, green and red bytes (16-bit lanes below 256) stored as 32 pixels, 96 bytes: a pixel a
+    // 32-bit lane, its three bytes gathered at the bottom of each 16-byte block, then the blocks'
+    // 12-byte heads joined across the two vectors (no masked stores, which are slow here).
+    QM_INLINE static void Store(uint8_t* out, V b, V g, V r) noexcept {
+        const V bg = _mm512_or_si512(b, _mm512_slli_epi16(g, 8));
+        const V first = _mm512_set_epi16(47, 15, 46, 14, 45, 13, 44, 12, 43, 11, 42, 10, 41, 9, 40, 8, 39, 7, 38, 6, 37,
+                                         5, 36, 4, 35, 3, 34, 2, 33, 1, 32, 0);
+        const V second = _mm512_add_epi16(first, _mm512_set1_epi16(16));
+        StorePixels(out, _mm512_permutex2var_epi16(bg, first, r), _mm512_permutex2var_epi16(bg, second, r));
+    }
     // 32 pixels, one a 32-bit lane with its bytes at the bottom: 96 bytes.
     QM_INLINE static void StorePixels(uint8_t* out, V pixels0, V pixels1) noexcept {
         const V bytes = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));

@@ -148,7 +148,7 @@ TEST(BayerInterpolate, ModelIntegerRule) {
 // products land on or just beside integers (where the double rounding of the exact rule decides),
 // gains of 1 and above (the multiplier shifted up), a gain just below 1 that the check must refuse,
 // offsets at the cut-off's ends, shifts of 0, 31 and 32; samples at the type's largest values and
-// next to the offsets; widths around the 64-pixel run, every phase, every instruction set.
+// next to the offsets; widths around the 32- and 64-pixel runs, every phase, every instruction set.
 template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
     const CheckEveryValue budget;
     constexpr int32_t kMax = std::numeric_limits<Sample>::max();
@@ -242,9 +242,10 @@ TEST(BayerInterpolate, ByteTablesTakeEveryValue) {
                         {c.shift, {c.gain[0], c.gain[1], c.gain[2]}, {c.offset, c.offset, c.offset}, phase}, phase * 7);
 }
 
-// Widths around the 64-pixel run (66 is the first to take it) and its multiples, heights odd and
-// even, every phase, destinations starting anywhere within a cache line (the kernels store whole
-// vectors wherever they fall), and the last run of a row overlapping the one before it.
+// Widths around the 64-pixel run of 8-bit mosaics (66 is the first to take it) and multiples of it
+// and of the 32-pixel run of 16-bit ones, heights odd and even, every phase, destinations starting
+// anywhere within a cache line (the kernels store whole vectors wherever they fall), and the last
+// run of a row overlapping the one before it.
 template <class Sample> void CompareRuns(uint64_t seed) {
     const CheckEveryValue budget;
     std::mt19937_64 rng(seed);
