@@ -318,12 +318,8 @@ template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& ve
             !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green, shortForm) ||
             !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red, shortForm))
             continue;
-        const auto lean = [](const FixedChannel& c) { return c.up == 0 && c.cutFrom == 0; };
-        FixedForm form = FixedForm::Long;
-        if (shortForm)
-            form = lean(job.fixed.blue) && lean(job.fixed.green) && lean(job.fixed.red) ? FixedForm::Lean
-                                                                                        : FixedForm::Short;
-        const FixedRowFn<Sample>* rows = vector.fixed.template For<Sample>(form);
+        const FixedRowFn<Sample>* rows =
+            vector.fixed.template For<Sample>(shortForm ? FixedForm::Short : FixedForm::Long);
         if (rows == nullptr || rows[0] == nullptr) continue;
         for (int parity = 0; parity < 2; ++parity)
             if (job.layout[parity] != RowLayout::Repeat)

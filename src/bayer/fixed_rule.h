@@ -142,9 +142,6 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
             return false;
         }
     }
-    // A cut-off to 0 of values at or below sub changes no byte (the form gives 0 there too), so the
-    // kernels may skip it.
-    if (out.cutByte == 0 && cutFrom - 1 <= sub) out.cutFrom = 0;
     return true;
 }
 

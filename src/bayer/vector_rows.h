@@ -35,10 +35,10 @@ using BinRowFn = void (*)(const uint16_t* top, const uint16_t* bottom, int64_t g
 template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups,
                                                     uint8_t* out, const FixedChannels& channels) noexcept;
 
-// What the three channels' integer forms have in common, from the most general: any multiplier;
-// multipliers of the short form (mulLow 0); short ones with up 0 and no cut-off (cutFrom 0).
-enum class FixedForm : uint8_t { Long, Short, Lean };
-inline constexpr int kFixedForms = 3;
+// What the three channels' integer forms have in common: any multiplier, or multipliers of the
+// short form (mulLow 0).
+enum class FixedForm : uint8_t { Long, Short };
+inline constexpr int kFixedForms = 2;
 
 // [form][row layout, as RowLayout]; null where the instruction set has no such kernel. 8-bit
 // mosaics take the byte tables below instead.

@@ -94,13 +94,12 @@ struct FixedKernels {
                 _mm_cvtsi32_si128(c.up),
                 _mm_cvtsi32_si128(c.down)};
     }
-    // ApplyFixed lane by lane. The short form has mulLow 0, the long one down 0, the lean one also
-    // up 0 and no cut-off.
+    // ApplyFixed lane by lane. The short form has mulLow 0, the long one down 0.
     template <FixedForm Form> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
-        V t = _mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit);
-        if constexpr (Form != FixedForm::Lean) t = _mm512_sll_epi16(t, c.up);
+        const __mmask32 cut = _mm512_cmplt_epu16_mask(x, c.cutFrom);
+        const V t = _mm512_sll_epi16(_mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit), c.up);
         V high = _mm512_mulhi_epu16(t, c.mulHigh);
-        if constexpr (Form != FixedForm::Long) {
+        if constexpr (Form == FixedForm::Short) {
             high = _mm512_srl_epi16(high, c.down);
         } else {
             // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
@@ -108,9 +107,7 @@ struct FixedKernels {
             const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
             high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
         }
-        high = _mm512_min_epu16(high, _mm512_set1_epi16(255));
-        if constexpr (Form == FixedForm::Lean) return high;
-        return _mm512_mask_mov_epi16(high, _mm512_cmplt_epu16_mask(x, c.cutFrom), c.cutByte);
+        return _mm512_mask_mov_epi16(_mm512_min_epu16(high, _mm512_set1_epi16(255)), cut, c.cutByte);
     }
 
     // The blue, green and red values of the 32 pixels from column j (odd), 16-bit lanes.
@@ -202,7 +199,6 @@ struct FixedKernels {
         table.fixed.width = kWidth;
         Fill<FixedForm::Long>(table.fixed.u16[static_cast<int>(FixedForm::Long)]);
         Fill<FixedForm::Short>(table.fixed.u16[static_cast<int>(FixedForm::Short)]);
-        Fill<FixedForm::Lean>(table.fixed.u16[static_cast<int>(FixedForm::Lean)]);
         table.bin = &Bin;
         return table;
     }
