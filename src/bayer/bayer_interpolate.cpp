@@ -20,10 +20,12 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "bayer/bayer.h"
 #include "bayer/channel_rule.h"
 #include "bayer/colour_destination.h"
+#include "bayer/fixed_rule.h"
 #include "bayer/mosaic_arith.h"
 #include "bayer/native_colour.h"
 #include "bayer/vector_rows.h"
@@ -190,6 +192,9 @@ template <class Sample> struct Job {
     int64_t vectorWidth;  // pixels per run of the vector kernel
     FixedRowFn<Sample> fixedRow[2][2];
     FixedChannels fixed;
+    // 8-bit mosaics: the kernels with the channel rule in byte tables, and the tables.
+    ByteRowFn byteRow[2][2];
+    ByteTables tables;
 };
 
 // Row i >= 1 through the planes, except interior columns [1, done) (written by the vector
@@ -249,6 +254,22 @@ QM_INLINE int64_t VectorColumns(const Kernel (&kernel)[2], const Mosaic<Sample>&
     return w - 1;
 }
 
+// The interior of row i by the vector kernel the call chose, `runs` runs of it: returns the first
+// column not written (1 when there is no kernel).
+template <class Sample>
+QM_INLINE int64_t VectorInterior(const Job<Sample>& job, int64_t i, int64_t runs, uint8_t* out) noexcept {
+    const int parity = static_cast<int>(i % 2);
+    const Mosaic<Sample>& m = job.mosaic;
+    if constexpr (std::is_same_v<Sample, uint8_t>)
+        if (job.byteRow[parity][0] != nullptr)
+            return VectorColumns(job.byteRow[parity], m, i, runs, job.vectorWidth, out, job.tables);
+    if (job.fixedRow[parity][0] != nullptr)
+        return VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, out, job.fixed);
+    if (job.vectorRow[parity][0] != nullptr)
+        return VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, out, job.channels);
+    return 1;
+}
+
 template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) noexcept {
     const Mosaic<Sample>& m = job.mosaic;
     const int64_t w = m.width, h = m.height;
@@ -266,14 +287,8 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
-        int64_t done = 1;  // columns [1, done) are written by the vector kernel
-        if (runs > 0) {
-            const int parity = static_cast<int>(i % 2);
-            if (job.fixedRow[parity][0] != nullptr)
-                done = VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, out, job.fixed);
-            else if (job.vectorRow[parity][0] != nullptr)
-                done = VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, out, job.channels);
-        }
+        // Columns [1, done) are written by the vector kernel.
+        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, out) : 1;
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }
@@ -290,23 +305,46 @@ std::atomic<int64_t> g_fixedBudget{0};
 
 // The integer form of the three channels, when the sample type has its kernels here, the rows are
 // wide enough for a run and the form checks out within the budget: a few thousand values, more
-// for larger images, so the check stays a small part of the call.
+// for larger images, so the check stays a small part of the call. The short form first (its
+// kernels are cheaper), then the long one.
 template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& vector, bool shifted) noexcept {
-    const FixedRowFn<Sample>* rows = vector.fixed.template For<Sample>();
-    if (rows == nullptr || vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
+    if (vector.fixed.width == 0 || job.mosaic.width - 2 < vector.fixed.width) return false;
     const int64_t pixels = job.mosaic.width * job.mosaic.height, set = g_fixedBudget.load(std::memory_order_relaxed);
-    int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
     const int32_t high = std::numeric_limits<Sample>::max();
     const BayerChannels& ch = job.channels;
-    if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue) ||
-        !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green) ||
-        !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red))
+    for (const bool shortForm : {true, false}) {
+        int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
+        if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue, shortForm) ||
+            !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green, shortForm) ||
+            !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red, shortForm))
+            continue;
+        const FixedRowFn<Sample>* rows =
+            vector.fixed.template For<Sample>(shortForm ? FixedForm::Short : FixedForm::Long);
+        if (rows == nullptr || rows[0] == nullptr) continue;
+        for (int parity = 0; parity < 2; ++parity)
+            if (job.layout[parity] != RowLayout::Repeat)
+                for (int even = 0; even < 2; ++even)
+                    job.fixedRow[parity][even] = rows[LayoutIndex(job.layout[parity], even)];
+        job.vectorWidth = vector.fixed.width;
+        return true;
+    }
+    return false;
+}
+
+// The channel rule of an 8-bit mosaic in byte tables, when the instruction set has their kernels
+// and the rows are wide enough for a run: every mean is one of the 256 values the tables hold.
+template <class Sample> bool UseByteTables(Job<Sample>& job, const VectorRows& vector, bool shifted) noexcept {
+    if (!std::is_same_v<Sample, uint8_t> || vector.bytes.width == 0 || job.mosaic.width - 2 < vector.bytes.width)
         return false;
+    const BayerChannels& ch = job.channels;
+    const BayerChannel* channels[3] = {&ch.blue, &ch.green, &ch.red};
+    for (int c = 0; c < 3; ++c)
+        for (int32_t x = 0; x < 256; ++x) job.tables.channel[c][x] = ApplyExact(x, *channels[c], shifted, ch.shift);
     for (int parity = 0; parity < 2; ++parity)
         if (job.layout[parity] != RowLayout::Repeat)
             for (int even = 0; even < 2; ++even)
-                job.fixedRow[parity][even] = rows[LayoutIndex(job.layout[parity], even)];
-    job.vectorWidth = vector.fixed.width;
+                job.byteRow[parity][even] = vector.bytes.row[LayoutIndex(job.layout[parity], even)];
+    job.vectorWidth = vector.bytes.width;
     return true;
 }
 
@@ -348,11 +386,15 @@ Status BayerInterpolate(const QmdDataStruct* dst, const QmdDataStruct* src, cons
                     {},
                     0,
                     {},
+                    {},
+                    {},
                     {}};
     const VectorRows* vector = ActiveVectorRows();
-    // The integer form of the channel rule where it checks out, else the kernels of the exact rule.
+    // Byte tables for 8-bit mosaics, else the integer form of the channel rule where it checks out, else
+    // the kernels of the exact rule.
     const InteriorRows<Sample>* interior = nullptr;
-    if (vector != nullptr && !UseFixedRule(job, *vector, shifted)) interior = vector->Interior<Sample>();
+    if (vector != nullptr && !UseByteTables(job, *vector, shifted) && !UseFixedRule(job, *vector, shifted))
+        interior = vector->Interior<Sample>();
     if (interior != nullptr) {
         const bool wide = !(narrow && signedMultiplicands);
         for (int parity = 0; parity < 2; ++parity)

@@ -5,10 +5,12 @@
 // of x alone. Where that function has the shape
 //
 //     x < cutFrom: cutByte
-//     otherwise:   min(floor((min(max(x - sub, 0), limit) << up) * multiplier / 2^32), 255)
+//     otherwise:   min(floor((min(max(x - sub, 0), limit) << up) * multiplier / 2^(32 + down)), 255)
 //
 // with a 32-bit multiplier, the whole rule runs in 16-bit lanes (two high and one low 16 x 16-bit
-// multiply and a carry). The form is found once per call and checked against the exact rule, and
+// multiply and a carry). A multiplier whose low 16 bits are 0 (the short form) needs one high
+// multiply and a right shift by `down`; it is tried first, with its 16 bits placed where they keep
+// the most of the gain. The form is found once per call and checked against the exact rule, and
 // used only where it gives the same byte for every sample:
 //
 // - The gain is finite and not negative, sub (the offset, or 0 for blue under a shift) is not
@@ -16,7 +18,7 @@
 //   truncates a product of 2^31 or more. Then on [cutFrom, high] the exact byte never decreases
 //   as x grows, and neither does the integer form (each of its steps is monotonic).
 // - Two such functions into 0..255 are equal when, for every level k from 1 to 255, they reach k
-//   at the same first x. The integer form reaches k first at x_k = ceil(k * 2^(32 - up) /
+//   at the same first x. The integer form reaches k first at x_k = ceil(k * 2^(32 + down - up) /
 //   multiplier) + sub; the check evaluates both rules at x_k and x_k - 1 (or at the ends of the
 //   range) and demands that both reach k at x_k and neither at x_k - 1: at most four evaluations
 //   a level, whatever the shift.
@@ -43,7 +45,7 @@ namespace qm {
 struct FixedChannel {
     uint16_t cutFrom, cutByte;
     uint16_t sub;
-    uint16_t limit, up;
+    uint16_t limit, up, down;
     uint16_t mulHigh, mulLow;  // the multiplier's high and low 16 bits
 };
 
@@ -56,7 +58,7 @@ QM_INLINE uint8_t ApplyFixed(int32_t x, const FixedChannel& c) noexcept {
     if (x < c.cutFrom) return static_cast<uint8_t>(c.cutByte);
     const int32_t t = x > c.sub ? x - c.sub : 0;
     const uint64_t q = static_cast<uint64_t>(t < c.limit ? t : c.limit) << c.up;
-    const uint64_t product = q * ((uint64_t{c.mulHigh} << 16) | c.mulLow) >> 32;
+    const uint64_t product = q * ((uint64_t{c.mulHigh} << 16) | c.mulLow) >> (32 + c.down);
     return static_cast<uint8_t>(product > 255 ? 255 : product);
 }
 
@@ -67,9 +69,10 @@ QM_INLINE uint8_t ApplyExact(int32_t x, const BayerChannel& c, bool shifted, uin
 
 // Finds the integer form of channel `c` for values in [0, high] and checks it; `budget` is the
 // number of cut-off values the check may still evaluate one by one, and is reduced by those it
-// does. False when the rule has no such form or the check would exceed the budget.
+// does. False when the rule has no such form or the check would exceed the budget. `shortForm`
+// asks for a multiplier with 16 bits (mulLow 0).
 inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift, int32_t high, int64_t& budget,
-                             FixedChannel& out) noexcept {
+                             FixedChannel& out, bool shortForm = false) noexcept {
     const double gain = c.gain;
     if (!(gain >= 0.0) || !std::isfinite(gain)) return false;
     const int64_t sub = shifted ? c.subtrahend : c.offset;
@@ -77,12 +80,29 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
     if (cutFrom > 65535 || sub < 0 || static_cast<double>(high - sub) * gain >= 0x1p30) return false;
 
     const double scaled = shifted ? std::ldexp(gain, -static_cast<int>(shift)) : gain;
-    int up = 0;
-    while (std::ldexp(scaled, 32 - up) > 0x1p32 - 1.0) ++up;
+    int up = 0, down = 0;
+    uint64_t multiplier = 0;
+    if (!shortForm) {
+        while (std::ldexp(scaled, 32 - up) > 0x1p32 - 1.0) ++up;
+        multiplier = static_cast<uint64_t>(std::ceil(std::ldexp(scaled, 32 - up)));
+    } else if (scaled > 0.0) {
+        // 16 bits m = ceil(scaled * 2^e) in [2^15, 2^16], then scaled ~ m * 2^(up - 16 - down).
+        int exponent = 0;
+        std::frexp(scaled, &exponent);
+        int e = 16 - exponent;
+        uint64_t m = static_cast<uint64_t>(std::ceil(std::ldexp(scaled, e)));
+        if (m > 65535) m = static_cast<uint64_t>(std::ceil(std::ldexp(scaled, --e)));
+        if (e >= 16)
+            down = e - 16;
+        else
+            up = 16 - e;
+        if (down > 15) return false;
+        multiplier = m << 16;
+    }
     if (up > 15) return false;
-    const uint64_t multiplier = static_cast<uint64_t>(std::ceil(std::ldexp(scaled, 32 - up)));
     uint64_t limit = 65535;
-    if (multiplier != 0) limit = std::min<uint64_t>(limit, ((uint64_t{255} << 32 >> up) + multiplier - 1) / multiplier);
+    if (multiplier != 0)
+        limit = std::min<uint64_t>(limit, ((uint64_t{255} << (32 + down) >> up) + multiplier - 1) / multiplier);
     if ((limit << up) > 65535) return false;
 
     out = {static_cast<uint16_t>(cutFrom),
@@ -90,6 +110,7 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
            static_cast<uint16_t>(sub),
            static_cast<uint16_t>(limit),
            static_cast<uint16_t>(up),
+           static_cast<uint16_t>(down),
            static_cast<uint16_t>(multiplier >> 16),
            static_cast<uint16_t>(multiplier & 0xFFFF)};
     const auto exact = [&](int64_t x) { return ApplyExact(static_cast<int32_t>(x), c, shifted, shift); };
@@ -111,7 +132,7 @@ inline bool MakeFixedChannel(const BayerChannel& c, bool shifted, uint32_t shift
     };
     for (uint32_t k = 1; k <= 255; ++k) {
         const uint64_t t =
-            multiplier == 0 ? uint64_t{1} << 40 : ((uint64_t{k} << 32 >> up) + multiplier - 1) / multiplier;
+            multiplier == 0 ? uint64_t{1} << 40 : ((uint64_t{k} << (32 + down) >> up) + multiplier - 1) / multiplier;
         const int64_t x = static_cast<int64_t>(std::min<uint64_t>(t, uint64_t{1} << 40)) + sub;
         if (x > high) {
             if (!below(high, k)) return false;

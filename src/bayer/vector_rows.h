@@ -35,20 +35,41 @@ using BinRowFn = void (*)(const uint16_t* top, const uint16_t* bottom, int64_t g
 template <class Sample> using FixedRowFn = void (*)(const Sample* p, const Sample* c, const Sample* n, int64_t groups,
                                                     uint8_t* out, const FixedChannels& channels) noexcept;
 
-// [row layout, as RowLayout]; null where the instruction set has no such kernel.
+// What the three channels' integer forms have in common: any multiplier, or multipliers of the
+// short form (mulLow 0).
+enum class FixedForm : uint8_t { Long, Short };
+inline constexpr int kFixedForms = 2;
+
+// [form][row layout, as RowLayout]; null where the instruction set has no such kernel. 8-bit
+// mosaics take the byte tables below instead.
 struct FixedRows {
     int32_t width;  // pixels per run
-    FixedRowFn<uint8_t> u8[4];
-    FixedRowFn<uint16_t> u16[4];
+    FixedRowFn<uint16_t> u16[kFixedForms][4];
 
-    template <class Sample> const FixedRowFn<Sample>* For() const noexcept {
-        if constexpr (std::is_same_v<Sample, uint8_t>)
-            return u8;
-        else if constexpr (std::is_same_v<Sample, uint16_t>)
-            return u16;
+    template <class Sample> const FixedRowFn<Sample>* For(FixedForm form) const noexcept {
+        if constexpr (std::is_same_v<Sample, uint16_t>)
+            return u16[static_cast<int>(form)];
         else
             return nullptr;
     }
+};
+
+// The channel rule over 8-bit values as three 256-byte tables in the order of the output bytes
+// (blue, green, red): a mean of 8-bit samples is an 8-bit value, so the tables hold the exact rule
+// whatever the gains, offsets and shift.
+struct ByteTables {
+    alignas(64) uint8_t channel[3][256];
+};
+
+// Writes `groups` runs of ByteRows::width interior pixels of an 8-bit mosaic's row like
+// InteriorRowFn, the channel rule looked up in `tables`.
+using ByteRowFn = void (*)(const uint8_t* p, const uint8_t* c, const uint8_t* n, int64_t groups, uint8_t* out,
+                           const ByteTables& tables) noexcept;
+
+// [row layout, as RowLayout]; width 0 where the instruction set has no such kernels.
+struct ByteRows {
+    int32_t width;  // pixels per run
+    ByteRowFn row[4];
 };
 
 struct VectorRows {
@@ -58,6 +79,7 @@ struct VectorRows {
     InteriorRows<int16_t> i16;
     BinRowFn bin;
     FixedRows fixed;
+    ByteRows bytes;
 
     template <class Sample> const InteriorRows<Sample>* Interior() const noexcept {
         if constexpr (std::is_same_v<Sample, uint8_t>)

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The vector row kernels for AVX-512 (F, BW, DQ, VL) with FMA (flags from the build: *_avx512.cpp),
-// and the interior of 8- and 16-bit mosaics with the channel rule in its integer form, 32 pixels
-// a step in 16-bit lanes.
-#if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__)
+// The vector row kernels for AVX-512 (F, BW, DQ, VL, VBMI) with FMA (flags from the build:
+// *_avx512.cpp); the interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels
+// a step in 16-bit lanes, and of 8-bit mosaics with the rule in byte tables, 64 pixels a step in
+// 8-bit lanes.
+#if !defined(__AVX512F__) || !defined(__AVX512BW__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__) || \
+    !defined(__AVX512VBMI__)
 #error "built without the AVX-512 flags"
 #endif
 #include <immintrin.h>
@@ -20,13 +22,49 @@
 namespace qm {
 namespace {
 
+// The 192 output bytes of 64 pixels, three vectors: each takes its blue and green bytes from a
+// two-source byte permute and its red bytes from a masked one-source permute over it. Index byte q
+// of vector v: pixel (64 v + q) / 3, plus 64 (the second source) where it is green.
+struct InterleaveBytes {
+    alignas(64) uint8_t index[3][64];
+    uint64_t red[3];
+};
+constexpr InterleaveBytes MakeInterleave() noexcept {
+    InterleaveBytes out{};
+    for (int v = 0; v < 3; ++v)
+        for (int q = 0; q < 64; ++q) {
+            const int at = 64 * v + q, pixel = at / 3, channel = at % 3;
+            out.index[v][q] = static_cast<uint8_t>(pixel + (channel == 1 ? 64 : 0));
+            if (channel == 2) out.red[v] |= uint64_t{1} << q;
+        }
+    return out;
+}
+constexpr InterleaveBytes kInterleave = MakeInterleave();
+
+// The interleave's indices and red masks in registers, and the store of 64 pixels from their
+// blue, green and red bytes.
+struct Interleave {
+    __m512i index[3];
+    __mmask64 red[3];
+
+    QM_INLINE static Interleave Load(const InterleaveBytes& m) noexcept {
+        return {{_mm512_load_si512(m.index[0]), _mm512_load_si512(m.index[1]), _mm512_load_si512(m.index[2])},
+                {m.red[0], m.red[1], m.red[2]}};
+    }
+    QM_INLINE void Store(uint8_t* out, __m512i b, __m512i g, __m512i r) const noexcept {
+        for (int v = 0; v < 3; ++v) {
+            const __m512i bg = _mm512_permutex2var_epi8(b, index[v], g);
+            _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(bg, red[v], index[v], r));
+        }
+    }
+};
+
+// The interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels a step in
+// 16-bit lanes.
 struct FixedKernels {
     using V = __m512i;
     static constexpr int kWidth = 32;
 
-    QM_INLINE static V Load(const uint8_t* p) noexcept {
-        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
-    }
     QM_INLINE static V Load(const uint16_t* p) noexcept { return _mm512_loadu_si512(p); }
 
     // floor((a + b) / 2) of 16-bit lanes, and (a + b) mod 2 in `odd`: the rounding average less the
@@ -44,7 +82,7 @@ struct FixedKernels {
 
     struct Channel {
         V cutFrom, cutByte, sub, limit, mulHigh, mulLow;
-        __m128i up;
+        __m128i up, down;
     };
     QM_INLINE static Channel Broadcast(const FixedChannel& c) noexcept {
         return {_mm512_set1_epi16(static_cast<int16_t>(c.cutFrom)),
@@ -53,18 +91,55 @@ struct FixedKernels {
                 _mm512_set1_epi16(static_cast<int16_t>(c.limit)),
                 _mm512_set1_epi16(static_cast<int16_t>(c.mulHigh)),
                 _mm512_set1_epi16(static_cast<int16_t>(c.mulLow)),
-                _mm_cvtsi32_si128(c.up)};
+                _mm_cvtsi32_si128(c.up),
+                _mm_cvtsi32_si128(c.down)};
     }
-    // ApplyFixed lane by lane.
-    QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
+    // ApplyFixed lane by lane. The short form has mulLow 0, the long one down 0.
+    template <FixedForm Form> QM_INLINE static V Apply(V x, const Channel& c, V one) noexcept {
         const __mmask32 cut = _mm512_cmplt_epu16_mask(x, c.cutFrom);
         const V t = _mm512_sll_epi16(_mm512_min_epu16(_mm512_subs_epu16(x, c.sub), c.limit), c.up);
-        // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
-        const V low = _mm512_mulhi_epu16(t, c.mulLow);
-        const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
         V high = _mm512_mulhi_epu16(t, c.mulHigh);
-        high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
+        if constexpr (Form == FixedForm::Short) {
+            high = _mm512_srl_epi16(high, c.down);
+        } else {
+            // floor(t * multiplier / 2^32) = high(t * mulHigh) + carry of low(t * mulHigh) + high(t * mulLow).
+            const V low = _mm512_mulhi_epu16(t, c.mulLow);
+            const V sum = _mm512_add_epi16(_mm512_mullo_epi16(t, c.mulHigh), low);
+            high = _mm512_mask_add_epi16(high, _mm512_cmplt_epu16_mask(sum, low), high, one);
+        }
         return _mm512_mask_mov_epi16(_mm512_min_epu16(high, _mm512_set1_epi16(255)), cut, c.cutByte);
+    }
+
+    // The blue, green and red values of the 32 pixels from column j (odd), 16-bit lanes.
+    template <RowLayout Layout> QM_INLINE static void Values(const uint16_t* p, const uint16_t* c, const uint16_t* n,
+                                                             int64_t j, V one, V (&bgr)[3]) noexcept {
+        // Even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
+        V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
+        means[kOwn] = Load(c + j);
+        means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+        means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+        means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+        const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+        const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+        means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+        bgr[0] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]);
+        bgr[1] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]);
+        bgr[2] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]);
+    }
+
+    template <RowLayout Layout, FixedForm Form> static void Interior(const uint16_t* p, const uint16_t* c,
+                                                                     const uint16_t* n, int64_t groups, uint8_t* out,
+                                                                     const FixedChannels& ch) noexcept {
+        const Channel blue = Broadcast(ch.blue), green = Broadcast(ch.green), red = Broadcast(ch.red);
+        const V one = _mm512_set1_epi16(1);
+        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
+            V bgr[3];
+            Values<Layout>(p, c, n, j, one, bgr);
+            Store(out + 3 * j, Apply<Form>(bgr[0], blue, one), Apply<Form>(bgr[1], green, one),
+                  Apply<Form>(bgr[2], red, one));
+        }
     }
 
     // Blue, green and red bytes (16-bit lanes below 256) stored as 32 pixels, 96 bytes: a pixel a
@@ -87,44 +162,6 @@ struct FixedKernels {
         _mm512_storeu_si512(out, _mm512_permutex2var_epi32(low, head, high));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 64),
                             _mm512_castsi512_si256(_mm512_permutexvar_epi32(tail, high)));
-    }
-
-    template <class Sample, RowLayout Layout> static void Interior(const Sample* p, const Sample* c, const Sample* n,
-                                                                   int64_t groups, uint8_t* out,
-                                                                   const FixedChannels& ch) noexcept {
-        // A run starts at an odd column: even lanes hold odd columns.
-        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
-        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
-        const Channel blue = Broadcast(ch.blue), green = Broadcast(ch.green), red = Broadcast(ch.red);
-        const V one = _mm512_set1_epi16(1);
-        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
-            V means[kMeans];
-            means[kOwn] = Load(c + j);
-            if constexpr (sizeof(Sample) == 1) {
-                // Four 8-bit samples sum to at most 1020: plain 16-bit sums.
-                const V across = _mm512_add_epi16(Load(c + j - 1), Load(c + j + 1));
-                const V vertical = _mm512_add_epi16(Load(p + j), Load(n + j));
-                const V diagonal = _mm512_add_epi16(_mm512_add_epi16(Load(p + j - 1), Load(p + j + 1)),
-                                                    _mm512_add_epi16(Load(n + j - 1), Load(n + j + 1)));
-                means[kCross] = _mm512_srli_epi16(_mm512_add_epi16(across, vertical), 2);
-                means[kDiagonal] = _mm512_srli_epi16(diagonal, 2);
-                means[kAcross] = _mm512_srli_epi16(across, 1);
-                means[kVertical] = _mm512_srli_epi16(vertical, 1);
-            } else {
-                // 16-bit samples: halves and quarters from rounding averages and the sums' low bits.
-                V oddAcross, oddVertical, oddAbove, oddBelow;
-                means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
-                means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
-                means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
-                const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
-                const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
-                means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
-            }
-            const V b = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue, one);
-            const V g = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]), green, one);
-            const V r = Apply(_mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]), red, one);
-            Store(out + 3 * j, b, g, r);
-        }
     }
 
     // Binning, 32 cells a step with the unmasked store above; an odd group of 16 goes to the
@@ -151,23 +188,99 @@ struct FixedKernels {
         if (g < groups) RowKernels<Avx512Lanes>::Bin(top, bottom, 1, out, shift);
     }
 
-    template <class Sample> static constexpr void Fill(FixedRowFn<Sample>* row) noexcept {
-        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<Sample, RowLayout::GreenRRed>;
-        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<Sample, RowLayout::BlueGreenB>;
-        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<Sample, RowLayout::GreenBBlue>;
-        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<Sample, RowLayout::RedGreenR>;
+    template <FixedForm Form> static constexpr void Fill(FixedRowFn<uint16_t>* row) noexcept {
+        row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed, Form>;
+        row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB, Form>;
+        row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue, Form>;
+        row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR, Form>;
     }
     static constexpr VectorRows Table() noexcept {
         VectorRows table = RowKernels<Avx512Lanes>::kTable;
         table.fixed.width = kWidth;
-        Fill<uint8_t>(table.fixed.u8);
-        Fill<uint16_t>(table.fixed.u16);
+        Fill<FixedForm::Long>(table.fixed.u16[static_cast<int>(FixedForm::Long)]);
+        Fill<FixedForm::Short>(table.fixed.u16[static_cast<int>(FixedForm::Short)]);
         table.bin = &Bin;
         return table;
     }
 };
 
+// The interior of 8-bit mosaics in 8-bit lanes, 64 pixels a step: every mean of 8-bit samples is
+// an 8-bit value, so the means come from byte averages and the channel rule from byte tables.
+struct ByteKernels {
+    using V = __m512i;
+    static constexpr int kWidth = 64;
+
+    QM_INLINE static V Load(const uint8_t* p) noexcept { return _mm512_loadu_si512(p); }
+
+    // floor((a + b) / 2) and (a + b) mod 2 in `odd`, as FixedKernels::Half in bytes.
+    QM_INLINE static V Half(V a, V b, V one, V& odd) noexcept {
+        odd = _mm512_ternarylogic_epi32(a, b, one, 0x28);  // (a ^ b) & 1
+        return _mm512_sub_epi8(_mm512_avg_epu8(a, b), odd);
+    }
+    // floor((a + b + c + d) / 4) from the halves and their remainders, as FixedKernels::Quarter.
+    QM_INLINE static V Quarter(V x, V oddX, V y, V oddY, V one) noexcept {
+        const V notBoth = _mm512_ternarylogic_epi32(oddX, oddY, one, 0x2A);  // ~(oddX & oddY) & 1
+        return _mm512_sub_epi8(_mm512_avg_epu8(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
+    }
+
+    // A 256-byte table in four vectors: two 128-entry lookups on the low seven bits of each
+    // byte, and the top bit picking between them.
+    struct Table {
+        V part[4];
+    };
+    QM_INLINE static Table LoadTable(const uint8_t* t) noexcept {
+        return {{Load(t), Load(t + 64), Load(t + 128), Load(t + 192)}};
+    }
+    // Each lookup writes only its own half and keeps the index elsewhere, so the second one reads
+    // the bytes the first left alone.
+    QM_INLINE static V Lookup(V x, const Table& t) noexcept {
+        const __mmask64 high = _mm512_movepi8_mask(x);
+        const V low = _mm512_mask2_permutex2var_epi8(t.part[0], x, _knot_mask64(high), t.part[1]);
+        return _mm512_mask2_permutex2var_epi8(t.part[2], low, high, t.part[3]);
+    }
+
+    template <RowLayout Layout> static void Interior(const uint8_t* p, const uint8_t* c, const uint8_t* n,
+                                                     int64_t groups, uint8_t* out, const ByteTables& tables) noexcept {
+        // A run starts at an odd column: even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        constexpr __mmask64 kEvenColumns = 0xAAAAAAAAAAAAAAAAu;
+        const Table blue = LoadTable(tables.channel[0]), green = LoadTable(tables.channel[1]),
+                    red = LoadTable(tables.channel[2]);
+        const Interleave interleave = Interleave::Load(kInterleave);
+        const V one = _mm512_set1_epi8(1);
+        for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
+            V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
+            means[kOwn] = Load(c + j);
+            means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+            means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+            means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+            const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+            const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+            means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+            const V b = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue);
+            const V g = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.green], means[kEven.green]), green);
+            const V r = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.red], means[kEven.red]), red);
+            interleave.Store(out + 3 * j, b, g, r);
+        }
+    }
+
+    static constexpr ByteRows Rows() noexcept {
+        ByteRows rows{kWidth, {}};
+        rows.row[static_cast<int>(RowLayout::GreenRRed)] = &Interior<RowLayout::GreenRRed>;
+        rows.row[static_cast<int>(RowLayout::BlueGreenB)] = &Interior<RowLayout::BlueGreenB>;
+        rows.row[static_cast<int>(RowLayout::GreenBBlue)] = &Interior<RowLayout::GreenBBlue>;
+        rows.row[static_cast<int>(RowLayout::RedGreenR)] = &Interior<RowLayout::RedGreenR>;
+        return rows;
+    }
+};
+
+constexpr VectorRows Avx512Table() noexcept {
+    VectorRows table = FixedKernels::Table();
+    table.bytes = ByteKernels::Rows();
+    return table;
+}
+
 }  // namespace
 
-extern constinit const VectorRows kVectorRowsAvx512 = FixedKernels::Table();
+extern constinit const VectorRows kVectorRowsAvx512 = Avx512Table();
 }  // namespace qm

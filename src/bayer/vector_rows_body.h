@@ -113,7 +113,7 @@ template <class L> struct RowKernels {
     }
 
     static constexpr VectorRows kTable = {
-        L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(), MakeInterior<int16_t>(), &Bin, {}};
+        L::kWidth, MakeInterior<uint8_t>(), MakeInterior<uint16_t>(), MakeInterior<int16_t>(), &Bin, {}, {}};
 };
 
 }  // namespace

@@ -6,6 +6,8 @@
 // (see core/lanes.h). At load the module picks the best set the CPU supports, lowered by the
 // environment variable QMATH_ISA (baseline, avx2 or avx512; never above what the CPU has), and
 // every family reads its table through KernelsFor. Tests may switch the set with SetActiveIsa.
+// The AVX-512 set means AVX-512 F, BW, DQ and VL with VBMI (byte permutes): Ice Lake, Zen 4 and
+// later; older AVX-512 processors run the AVX2 set.
 // The shipped library never requires more than baseline x86-64.
 #pragma once
 

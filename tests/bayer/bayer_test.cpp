@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <utility>
@@ -146,7 +148,7 @@ TEST(BayerInterpolate, ModelIntegerRule) {
 // products land on or just beside integers (where the double rounding of the exact rule decides),
 // gains of 1 and above (the multiplier shifted up), a gain just below 1 that the check must refuse,
 // offsets at the cut-off's ends, shifts of 0, 31 and 32; samples at the type's largest values and
-// next to the offsets; widths around the 32-pixel run, every phase, every instruction set.
+// next to the offsets; widths around the 32- and 64-pixel runs, every phase, every instruction set.
 template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
     const CheckEveryValue budget;
     constexpr int32_t kMax = std::numeric_limits<Sample>::max();
@@ -155,12 +157,13 @@ template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
         int32_t offset;
         uint16_t shift;
     } cases[] = {
-        {0.9, 0, 0},        {0.9, 0, 4},    {0.9, 64, 0},   {0.9, 64, 4},  {0.7, 0, 0},      {0.1, 3, 1},
-        {1.1, 0, 2},        {1.0, 0, 0},    {4.0, 0, 0},    {255.0, 1, 0}, {1.0 / 3, 0, 31}, {1.0 - 0x1p-40, 0, 0},
-        {0.5, kMax - 1, 3}, {0.5, kMax, 0}, {2.0, 200, 32}, {0.0, 7, 0},   {1e-4, 0, 0},     {3000.0, 0, 5},
+        {0.9, 0, 0},      {0.9, 0, 4},           {0.9, 64, 0},       {0.9, 64, 4},   {0.7, 0, 0},
+        {0.1, 3, 1},      {1.1, 0, 2},           {1.0, 0, 0},        {4.0, 0, 0},    {255.0, 1, 0},
+        {1.0 / 3, 0, 31}, {1.0 - 0x1p-40, 0, 0}, {0.5, kMax - 1, 3}, {0.5, kMax, 0}, {2.0, 200, 32},
+        {0.0, 7, 0},      {1e-4, 0, 0},          {3000.0, 0, 5},     {2.0, 1, 1},
     };
     std::mt19937_64 rng(seed);
-    for (const uint32_t w : {33u, 34u, 35u, 36u, 65u, 66u, 67u, 98u})
+    for (const uint32_t w : {33u, 35u, 65u, 66u, 67u, 98u, 130u, 131u})
         for (const auto& c : cases) {
             const uint32_t h = 3 + rng() % 3;
             std::vector<Sample> mosaic(static_cast<size_t>(w) * h);
@@ -192,6 +195,111 @@ template <class Sample> void CompareEdges(int32_t type, uint64_t seed) {
 }
 TEST(BayerInterpolate, IntegerRuleEdgesU8) { CompareEdges<uint8_t>(qmeTypeU8, 12); }
 TEST(BayerInterpolate, IntegerRuleEdgesU16) { CompareEdges<uint16_t>(qmeTypeU16, 13); }
+
+// The reconstruction of `mosaic` into a destination that starts `offset` bytes past a cache line,
+// on every instruction set, against the model.
+template <class Sample>
+void CheckPlaced(const std::vector<Sample>& mosaic, uint32_t w, uint32_t h, const qm::BayerParams& p, size_t offset) {
+    const Mosaic model{{mosaic.begin(), mosaic.end()}, w, h, Sums::Exact};
+    std::vector<uint8_t> expected(3 * (size_t{w} * h + 8), kGuard);
+    Interpolate(expected, model, p);
+    std::vector<Sample> source = mosaic;
+    QmdDataStruct src = qmtest::Describe(source, w, h, sizeof(Sample) == 1 ? qmeTypeU8 : qmeTypeU16);
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        std::vector<uint8_t> buffer(expected.size() + 128, kGuard);
+        uint8_t* const out = buffer.data() + (64 - reinterpret_cast<uintptr_t>(buffer.data()) % 64) + offset;
+        QmdDataStruct dst{out, w, h, qmeTypeRgb24, 1, {}};
+        const auto member = sizeof(Sample) == 1 ? qm::BayerInterpolate<uint8_t> : qm::BayerInterpolate<uint16_t>;
+        ASSERT_EQ(member(&dst, &src, p), qm::Status::Ok);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out))
+            << w << 'x' << h << " at +" << offset << " gains " << p.gain[0] << ' ' << p.gain[1] << ' ' << p.gain[2]
+            << " offset " << p.offset[0] << " shift " << p.shift << " phase " << p.phase;
+    });
+}
+
+// 8-bit mosaics take their channel rule from 256-entry tables. Columns in blocks of four equal
+// samples (rows alike) give every mean at a block's two inner columns the block's value, so
+// blocks 0 to 255 send every byte value through every channel at both column parities; the gains,
+// offsets and shifts make the tables wrap, saturate, cut off and step.
+TEST(BayerInterpolate, ByteTablesTakeEveryValue) {
+    const struct {
+        double gain[3];
+        int32_t offset;
+        uint16_t shift;
+    } cases[] = {
+        {{0.9, 0.45, 1.8}, 0, 0},         {{0.9, 0.9, 0.9}, 64, 0},
+        {{0.9, 1.7, 3.1}, 64, 4},         {{-1.5, -0.25, 1e12}, 0, 0},
+        {{1.0, 1.0, 1.0}, 255, 0},        {{1.0 / 3, 2.0, 1e-9}, -5, 31},
+        {{NAN, INFINITY, -3e15}, 40, 32}, {{65536.0, 0.013, 1.0}, 1 << 30, 8},
+        {{0.5, 2.5, 1.0}, INT32_MIN, 2},  {{1.0, 1.0, 1.0}, 0, 0},
+    };
+    const uint32_t w = 4 * 256 + 2, h = 3;
+    std::vector<uint8_t> mosaic(size_t{w} * h);
+    for (size_t i = 0; i < mosaic.size(); ++i) mosaic[i] = static_cast<uint8_t>(i % w / 4);
+    for (const auto& c : cases)
+        for (uint16_t phase : {1, 2, 3, 4})
+            CheckPlaced(mosaic, w, h,
+                        {c.shift, {c.gain[0], c.gain[1], c.gain[2]}, {c.offset, c.offset, c.offset}, phase}, phase * 7);
+}
+
+// Widths around the 64-pixel run of 8-bit mosaics (66 is the first to take it) and multiples of it
+// and of the 32-pixel run of 16-bit ones, heights odd and even, every phase, destinations starting
+// anywhere within a cache line (the kernels store whole vectors wherever they fall), and the last
+// run of a row overlapping the one before it.
+template <class Sample> void CompareRuns(uint64_t seed) {
+    const CheckEveryValue budget;
+    std::mt19937_64 rng(seed);
+    const qm::BayerParams params[] = {{0, {0.9, 0.9, 0.9}, {0, 0, 0}, 0}, {3, {0.7, 1.3, 0.45}, {16, 16, 16}, 0}};
+    for (const uint32_t w : {65u, 66u, 67u, 68u, 97u, 129u, 130u, 131u, 194u})
+        for (const uint32_t h : {3u, 4u, 5u}) {
+            std::vector<Sample> mosaic(size_t{w} * h);
+            for (Sample& s : mosaic) s = static_cast<Sample>(rng());
+            for (const size_t offset : {0, 3, 17, 61})
+                for (uint16_t phase : {1, 2, 3, 4}) {
+                    qm::BayerParams p = params[(offset + phase) % 2];
+                    p.phase = phase;
+                    CheckPlaced(mosaic, w, h, p, offset);
+                }
+        }
+}
+TEST(BayerInterpolate, RunsAroundTheirWidthU8) { CompareRuns<uint8_t>(21); }
+TEST(BayerInterpolate, RunsAroundTheirWidthU16) { CompareRuns<uint16_t>(22); }
+
+// Both integer forms, where the check takes them, give the exact rule's byte for every value of
+// the range, not only at the levels the check looks at; as red or green (the offset subtracted)
+// and as blue (only cut off at it).
+TEST(BayerInterpolate, IntegerFormsMatchEveryValue) {
+    const struct {
+        double gain;
+        int32_t offset;
+        bool shifted;
+        uint32_t shift;
+        int32_t high;
+    } cases[] = {
+        {0.9, 0, false, 0, 65535},     {0.9, 64, false, 0, 65535},    {0.9, 0, true, 4, 65535},
+        {1.8374, 256, true, 4, 65535}, {0.7, 3, true, 1, 65535},      {1.0, 0, false, 0, 65535},
+        {255.0, 1, false, 0, 65535},   {1.0 / 3, 0, true, 31, 65535}, {1e-4, 0, false, 0, 65535},
+        {3000.0, 0, true, 5, 65535},   {0.0, 7, false, 0, 65535},     {2.5, 16, true, 1, 255},
+        {4.0, 1, true, 1, 65535},      {4.0, 2, true, 1, 65535},
+    };
+    int taken[2] = {};
+    for (const auto& c : cases)
+        for (const int shortForm : {0, 1})
+            for (const bool blue : {false, true}) {
+                const qm::BayerChannel channel{c.gain, c.offset, blue ? 0 : c.offset};
+                int64_t budget = int64_t{1} << 20;
+                qm::FixedChannel fixed{};
+                if (!qm::MakeFixedChannel(channel, c.shifted, c.shift, c.high, budget, fixed, shortForm == 1)) continue;
+                ++taken[shortForm];
+                for (int32_t x = 0; x <= c.high; ++x)
+                    ASSERT_EQ(qm::ApplyFixed(x, fixed), qm::ApplyExact(x, channel, c.shifted, c.shift))
+                        << c.gain << ' ' << c.offset << ' ' << c.shift << (shortForm ? " short" : " long")
+                        << (blue ? " blue" : "") << " at " << x;
+            }
+    // The short form serves the common gains; neither form is vacuous here.
+    EXPECT_GE(taken[1], 16);
+    EXPECT_GE(taken[0], 20);
+}
 
 // Which channels the integer form takes under the budget of a 2048 x 2048 frame: the gains and
 // black levels cameras use must not fall back to the slower path; gains it cannot represent must.
