@@ -72,16 +72,26 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
 }
 
 // 505 in place over a block (core/log10_lanes.h: the vector logarithm stands where its bound
-// settles the stored element, the extended one elsewhere). Doubles always take the extended one.
+// settles the stored element, the extended one elsewhere), G vectors to a decision. Doubles
+// always take the extended one.
+template <LogTarget T, size_t G> QM_INLINE void Log10Vectors(double* v, size_t n, size_t& i, bool& failed) noexcept {
+    const LogReach reach = ReachOf(0.0);
+    for (; i + G * kLanes <= n; i += G * kLanes) {
+        double* p = v + i;
+        VD x[G];
+#pragma GCC unroll 8
+        for (size_t g = 0; g < G; ++g) x[g] = LoadVD(p + g * kLanes);
+        StoreLog10Lanes<T, false>(
+            x, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
+            [&](size_t j) { failed |= Log10Exactly<T>(x[j / kLanes][j % kLanes], p[j]); });
+    }
+}
 template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
     bool failed = false;
     size_t i = 0;
     if constexpr (T != LogTarget::Double) {
-        const LogReach reach = ReachOf(0.0);
-        for (; i + kLanes <= n; i += kLanes) {
-            const VD x = LoadVD(v + i);
-            StoreLog10Lanes<T>(x, reach, v + i, [&](size_t k) { failed |= Log10Exactly<T>(x[k], v[i + k]); });
-        }
+        Log10Vectors<T, 4>(v, n, i, failed);
+        Log10Vectors<T, 1>(v, n, i, failed);
     }
     for (; i < n; ++i) failed |= Log10Exactly<T>(v[i], v[i]);
     return failed;
