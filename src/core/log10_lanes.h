@@ -217,11 +217,13 @@ QM_INLINE unsigned NegativeLanes(VS64 margin) noexcept {
 }
 
 // The vector logarithms of G vectors x[g] stored by put(g, y) where the reach settles every lane
-// of them; otherwise the lanes it settles so and each other lane j (g kLanes + k) by exact(j).
-// One test decides all G vectors. kSlack: whether the reach may hold a slack (else the floor
-// test is left out).
+// of them; otherwise the lanes it settles so and each other lane j (g kLanes + k) by
+// exact(j, keep_j), keep being what the caller needs to redo a lane (x itself, or what x was
+// formed from). One test decides all G vectors. kSlack: whether the reach may hold a slack (else
+// the floor test is left out).
 template <LogTarget T, bool kSlack, size_t G, class Put, class Exact>
-QM_INLINE void StoreLog10Lanes(const VD (&x)[G], const LogReach& reach, Put&& put, Exact&& exact) noexcept {
+QM_INLINE void StoreLog10Lanes(const VD (&x)[G], const VD (&keep)[G], const LogReach& reach, Put&& put,
+                               Exact&& exact) noexcept {
     VD y[G];
     VS64 margin[G];
     VS64 any{};
@@ -231,17 +233,21 @@ QM_INLINE void StoreLog10Lanes(const VD (&x)[G], const LogReach& reach, Put&& pu
         margin[g] = LogMargin<T, kSlack>(x[g], y[g], reach);
         any |= margin[g];
     }
-    if (__builtin_expect(NegativeLanes(any) == 0, 1)) {
 #pragma GCC unroll 8
-        for (size_t g = 0; g < G; ++g) put(g, y[g]);
-        return;
-    }
+    for (size_t g = 0; g < G; ++g) put(g, y[g]);
+    if (__builtin_expect(NegativeLanes(any) == 0, 1)) return;
+    // Rare: what is kept and the lanes left open go through memory here only, so that the
+    // common path holds them in registers.
+    alignas(64) double kept[G * kLanes];
+    unsigned open[G];
+#pragma GCC unroll 8
     for (size_t g = 0; g < G; ++g) {
-        put(g, y[g]);
-        const unsigned open = NegativeLanes(margin[g]);
-        for (size_t k = 0; k < kLanes; ++k)
-            if (open >> k & 1) exact(g * kLanes + k);
+        StoreVD(kept + g * kLanes, keep[g]);
+        open[g] = NegativeLanes(margin[g]);
     }
+    for (size_t g = 0; g < G; ++g)
+        for (size_t k = 0; k < kLanes; ++k)
+            if (open[g] >> k & 1) exact(g * kLanes + k, kept[g * kLanes + k]);
 }
 
 }  // namespace qm::QM_ISA_NS

@@ -269,10 +269,8 @@ template <LogOrder Ord, LogTarget T, size_t G> QM_INLINE void LogVectors(double*
             }
         }
         StoreLog10Lanes<T, true>(
-            x, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
-            [&](size_t j) {
-                p[j] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[j / kLanes][j % kLanes], flat, gain, i + j)));
-            });
+            x, base, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
+            [&](size_t j, double b) { p[j] = StoredLog<T>(Log10Extended(LogArgument<Ord>(b, flat, gain, i + j))); });
     }
 }
 template <LogOrder Ord, LogTarget T>

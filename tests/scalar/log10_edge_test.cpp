@@ -90,7 +90,7 @@ template <class S> void CheckEdges(int32_t srcType, const std::vector<S>& xs) {
     src.push_back(xs[0]);
     const size_t n = src.size();
     QmdDataStruct in{src.data(), static_cast<uint32_t>(n), 1, srcType, 1, {}};
-    for (int32_t d : {qm::kF32, qm::kF64, qm::kI32, qm::kI8, qm::kU16}) {
+    for (int32_t d : {qm::kF32, qm::kF64, qm::kI32, qm::kU32, qm::kI8, qm::kU16}) {
         const size_t ds = qm::ElementSize(d);
         std::vector<unsigned char> out(n * ds, 0xA5);
         QmdDataStruct o{out.data(), static_cast<uint32_t>(n), 1, d, 1, {}};
