@@ -149,6 +149,42 @@ TEST(ScalarLog10, WideSourcesAtTheEdgesOfTheBound) {
             doubles.push_back(static_cast<double>(std::pow(10.0L, m)));
         }
     }
+    // Logarithms at about the settling reach from a single's midpoint or from an integer (a
+    // relative 2^-37 about a midpoint, 2^-27 about an integer, for the table evaluation; 2^-42
+    // and 2^-33 for the other), on either side of it.
+    for (float f : {0.1f, 3.3f, 12.7f, -0.75f, -100.1f}) {
+        const long double m = (static_cast<long double>(f) + std::nextafter(f, FL::infinity())) / 2;
+        for (int b : {-36, -37, -38, -41, -42, -43})
+            for (long double side : {1.0L, -1.0L})
+                doubles.push_back(static_cast<double>(std::pow(10.0L, m * (1.0L + side * std::ldexp(1.0L, b)))));
+    }
+    for (int k : {1, 2, 7, -3, -60})
+        for (int b : {-26, -27, -28, -32, -33, -34})
+            for (long double side : {1.0L, -1.0L})
+                doubles.push_back(static_cast<double>(std::pow(10.0L, k + side * std::ldexp(1.0L, b))));
+    // Just below 1 + 1/16, where the table evaluation's series leaves its largest error (about
+    // log10(e) r^10 / 10 above the logarithm, near 2^13 ulps of it): logarithms 0.1 of that error
+    // from a single's midpoint, on either side. A reach narrower than the error lets one of
+    // each pair settle on the wrong single.
+    for (long double m : {1.0605L, 1.061L, 1.0615L, 1.062L, 1.0624L}) {
+        const auto f = static_cast<float>(std::log10(m));
+        const long double mid = (static_cast<long double>(f) + std::nextafter(f, FL::infinity())) / 2;
+        const long double error = 0.4342944819L * std::pow(m - 1.0L, 10) / 10;
+        for (long double side : {0.1L, -0.1L})
+            doubles.push_back(static_cast<double>(std::pow(10.0L, mid + side * error)));
+    }
+    // The table's steps (significands 1 + i/16) and their neighbours, in a few binades and among
+    // the subnormals; 1 + 1/16 less an ulp is where its series is least exact.
+    for (int i = 0; i <= 16; ++i) {
+        for (int e : {0, -1, 1, 40, -70}) {
+            const float step = std::ldexp(1.0f + i / 16.0f, e);
+            singles.insert(singles.end(), {std::nextafter(step, 0.0f), step, std::nextafter(step, FL::infinity())});
+        }
+        for (int e : {0, -1, 300, -1030, -1070}) {
+            const double step = std::ldexp(1.0 + i / 16.0, e);
+            doubles.insert(doubles.end(), {std::nextafter(step, 0.0), step, std::nextafter(step, kInf)});
+        }
+    }
     doubles.insert(doubles.end(), {DL::denorm_min(), 0x0.fffffffffffffp-1022, DL::min(), DL::max(),
                                    0x1.fffffffffffffp-1, 0x1.0000000000001p+0, -DL::denorm_min(), kNaN, kInf});
 
