@@ -35,9 +35,10 @@
 //     series' remainder below 2^-49 relative, |log10(x)| >= 0.0137 (x outside [0.9688, 1.0625)),
 //     and T_i's and L's roundings (2^-55 each), the fma's and the sum's (u |y|) stay below 2^-47
 //     relative.
-//   - Any other x: |log10(x)| >= 0.125 max(1, |E| / 2) (x >= 1.5 or x < 0.75), |E| <= 1075
-//     (subnormals included, getmant normalises them); E's error |E| 2^-55 and T_i's, the two
-//     roundings (1.25u, u) and q's error (|q| <= 0.027) come to < 2^-41 relative.
+//   - Any other x: |log10(x)| >= 0.125 max(1, |E| / 2) (x >= 1.5 or x < 0.75); L's error
+//     moves E L by |E| 2^-55, and with T_i's, the two roundings (1.25u, u) and q's error
+//     (|q| <= 0.027) that comes to < 2^-41 relative. (getmant and getexp would take subnormal x
+//     too; the lanes settle normal ones only, see kLogBound.)
 //   So B = 2^-39. The reach is 4B = 2^-37 |y| (covering |log10(x)| vs |y| and Log10Extended's own
 //   error, a few ulps of 2^-64), plus the caller's slack: 2^-37 |y| + slack <= 2^-36 |y| for
 //   |y| >= 2^-15, which is under 2^17 ulps of y; for integer targets 2^-36 x 324 < 2^-27.
@@ -66,9 +67,9 @@
 namespace qm::QM_ISA_NS {
 
 // What the set's evaluation settles (see above): its bound B; the reach about y in ulps of y, as
-// a power of two, for singles; the reach for integers beside the slack; the least |y| at which a slack
-// still fits in the single reach; and the least bits of an argument it takes (1: every positive
-// finite double, 2^52: positive normal ones).
+// a power of two, for singles; the reach for integers beside the slack; the least |y| at which
+// a slack still fits in the single reach; and the least bits of an argument the lanes settle
+// (2^52: positive normal doubles).
 struct LogBound {
     double bound;
     int ulpBits;
@@ -77,7 +78,9 @@ struct LogBound {
     uint64_t lowestArgument;
 };
 #if QM_VECTOR_BYTES == 64
-inline constexpr LogBound kLogBound{0x1p-39, 17, 0x1p-27, 0x1p-15, 1};
+// Subnormal arguments, which the evaluation would take, are left to the extended logarithm all
+// the same: a host's denormals-are-zero mode then cannot reach a stored result.
+inline constexpr LogBound kLogBound{0x1p-39, 17, 0x1p-27, 0x1p-15, uint64_t{1} << 52};
 #else
 inline constexpr LogBound kLogBound{3.49e-14, 12, 0x1p-33, 0x1p-10, uint64_t{1} << 52};
 #endif

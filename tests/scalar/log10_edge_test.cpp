@@ -41,7 +41,7 @@ TEST(Log10Lanes, StaysWithinItsBound) {
         SCOPED_TRACE("isa " + qmtest::IsaName(isa));
         // Random bit patterns of the doubles the set's evaluation takes, and the neighbourhoods
         // of 1, of the ends of either reduction (sqrt(2)/2 and its double; the table's steps of
-        // 1/16 of a binade, near 2^0, 2^-1 and the least exponent taken) and of powers of ten.
+        // 1/16 of a binade, near 2^0, 2^-1 and 2^-1020) and of powers of ten.
         std::mt19937_64 rng(505);
         std::vector<double> xs;
         const uint64_t lowest = probe.lowestArgument;
@@ -53,8 +53,7 @@ TEST(Log10Lanes, StaysWithinItsBound) {
         }
         std::vector<double> centres = {1.0, 0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp+0, 1e3, 1e-5, 1e22};
         for (int i = 1; i < 16; ++i)
-            for (double scale : {1.0, 0.5, lowest == 1 ? 0x1p-1070 : 0x1p-1020})
-                centres.push_back((1.0 + i / 16.0) * scale);
+            for (double scale : {1.0, 0.5, 0x1p-1020}) centres.push_back((1.0 + i / 16.0) * scale);
         for (double centre : centres) {
             double below = centre, above = centre;
             for (int k = 0; k < 2000; ++k) {
