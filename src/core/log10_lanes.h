@@ -219,6 +219,17 @@ QM_INLINE unsigned NegativeLanes(VS64 margin) noexcept {
 #endif
 }
 
+// The lanes a group leaves open, each by exact(j, keep_j): rare, so kept out of line, where what
+// is kept and the margins go through memory and the common path holds them in registers.
+template <size_t G, class Exact>
+[[gnu::noinline, gnu::cold]] void SettleOpenLanes(const VD (&keep)[G], const VS64 (&margin)[G], Exact& exact) noexcept {
+    for (size_t g = 0; g < G; ++g) {
+        const unsigned open = NegativeLanes(margin[g]);
+        for (size_t k = 0; k < kLanes; ++k)
+            if (open >> k & 1) exact(g * kLanes + k, keep[g][k]);
+    }
+}
+
 // The vector logarithms of G vectors x[g] stored by put(g, y) where the reach settles every lane
 // of them; otherwise the lanes it settles so and each other lane j (g kLanes + k) by
 // exact(j, keep_j), keep being what the caller needs to redo a lane (x itself, or what x was
@@ -238,19 +249,7 @@ QM_INLINE void StoreLog10Lanes(const VD (&x)[G], const VD (&keep)[G], const LogR
     }
 #pragma GCC unroll 8
     for (size_t g = 0; g < G; ++g) put(g, y[g]);
-    if (__builtin_expect(NegativeLanes(any) == 0, 1)) return;
-    // Rare: what is kept and the lanes left open go through memory here only, so that the
-    // common path holds them in registers.
-    alignas(64) double kept[G * kLanes];
-    unsigned open[G];
-#pragma GCC unroll 8
-    for (size_t g = 0; g < G; ++g) {
-        StoreVD(kept + g * kLanes, keep[g]);
-        open[g] = NegativeLanes(margin[g]);
-    }
-    for (size_t g = 0; g < G; ++g)
-        for (size_t k = 0; k < kLanes; ++k)
-            if (open[g] >> k & 1) exact(g * kLanes + k, kept[g * kLanes + k]);
+    if (__builtin_expect(NegativeLanes(any) != 0, 0)) SettleOpenLanes(keep, margin, exact);
 }
 
 }  // namespace qm::QM_ISA_NS
