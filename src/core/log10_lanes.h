@@ -181,16 +181,16 @@ inline LogReach ReachOf(double slack) noexcept {
 //   Integers: truncation changes only at integers; y farther than the reach from all of them
 //   settles, and y = 0 does without slack.
 template <LogTarget T, bool kSlack> QM_INLINE VS64 LogMargin(VD x, VD y, const LogReach& reach) noexcept {
-    const VS64 bits = reinterpret_cast<VS64>(x);
-    VS64 margin = (bits - static_cast<int64_t>(kLogBound.lowestArgument)) | (int64_t{0x7FEFFFFFFFFFFFFF} - bits);
-    const VS64 yb = reinterpret_cast<VS64>(y);
-    const VS64 magnitude = yb & int64_t{0x7FFFFFFFFFFFFFFF};
+    // In unsigned lanes, which wrap where signed ones would overflow; the sign is the top bit.
+    const VU64 bits = reinterpret_cast<VU64>(x);
+    VU64 margin = (bits - kLogBound.lowestArgument) | (uint64_t{0x7FEFFFFFFFFFFFFF} - bits);
+    const VU64 yb = reinterpret_cast<VU64>(y);
+    const VU64 magnitude = yb & uint64_t{0x7FFFFFFFFFFFFFFF};
     if constexpr (T == LogTarget::Single) {
         constexpr int b = kLogBound.ulpBits;
-        const VU64 w =
-            reinterpret_cast<VU64>((yb & ((int64_t{1} << 29) - 1)) - ((int64_t{1} << 28) - (int64_t{1} << b)));
-        margin |= reinterpret_cast<VS64>(w >> (b + 1)) - 1;
-        if constexpr (kSlack) margin |= magnitude - reach.floor;
+        const VU64 w = (yb & ((uint64_t{1} << 29) - 1)) - ((uint64_t{1} << 28) - (uint64_t{1} << b));
+        margin |= (w >> (b + 1)) - 1;
+        if constexpr (kSlack) margin |= magnitude - static_cast<uint64_t>(reach.floor);
     } else {
 #if QM_VECTOR_BYTES == 64
         const VD n = reinterpret_cast<VD>(
@@ -198,14 +198,15 @@ template <LogTarget T, bool kSlack> QM_INLINE VS64 LogMargin(VD x, VD y, const L
 #else
         const VD n = (y + 0x1.8p52) - 0x1.8p52;  // y rounded to an integer (|y| < 2^51)
 #endif
-        const VS64 off = reinterpret_cast<VS64>(y - n) & int64_t{0x7FFFFFFFFFFFFFFF};
+        const VU64 off = reinterpret_cast<VU64>(y - n) & uint64_t{0x7FFFFFFFFFFFFFFF};
         // Negative where |y - n| is within the reach, unless y = 0 settles.
+        const VU64 within = off - static_cast<uint64_t>(reach.integer) - 1;
         if constexpr (kSlack)
-            margin |= (off - reach.integer - 1) & ((-magnitude) | reach.zero);
+            margin |= within & ((0 - magnitude) | static_cast<uint64_t>(reach.zero));
         else
-            margin |= (off - reach.integer - 1) & -magnitude;
+            margin |= within & (0 - magnitude);
     }
-    return margin;
+    return reinterpret_cast<VS64>(margin);
 }
 
 // Bit k set where lane k of a margin is negative.
