@@ -289,26 +289,38 @@ template <bool kClip> void StageBlock(double* v, size_t n, double a, double b) n
 
 // The logarithm stage (core/log10_lanes.h: the vector logarithm of the argument formed in doubles,
 // where its bound and the slack settle the stored element; the extended logarithm of the argument
-// formed in extended precision elsewhere). Double outputs always take the extended one.
+// formed in extended precision elsewhere), G vectors to a decision. Double outputs always take
+// the extended one.
+template <LogOrder Ord, LogTarget T, size_t G> QM_INLINE void LogVectors(double* v, const float* flat,
+                                                                         const float* gain, size_t n,
+                                                                         const LogReach& reach, size_t& i) noexcept {
+    for (; i + G * kLanes <= n; i += G * kLanes) {
+        double* p = v + i;
+        VD x[G], base[G];
+#pragma GCC unroll 8
+        for (size_t g = 0; g < G; ++g) {
+            const size_t j = i + g * kLanes;
+            base[g] = LoadVD(v + j);
+            const VD gj = LoadDouble<float>(reinterpret_cast<const unsigned char*>(gain + j));
+            if constexpr (Ord == LogOrder::NoFlat) {
+                x[g] = base[g] * gj;
+            } else {
+                const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + j));
+                x[g] = Ord == LogOrder::FlatFirst ? base[g] * f * gj : base[g] * gj * f;
+            }
+        }
+        StoreLog10Lanes<T, true>(
+            x, base, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
+            [&](size_t j, double b) { p[j] = StoredLog<T>(Log10Extended(LogArgument<Ord>(b, flat, gain, i + j))); });
+    }
+}
 template <LogOrder Ord, LogTarget T>
 void LogStage(double* v, const float* flat, const float* gain, size_t n, double slack) noexcept {
     size_t i = 0;
     if constexpr (T != LogTarget::Double) {
         const LogReach reach = ReachOf(slack);
-        for (; i + kLanes <= n; i += kLanes) {
-            const VD base = LoadVD(v + i);
-            const VD g = LoadDouble<float>(reinterpret_cast<const unsigned char*>(gain + i));
-            VD x;
-            if constexpr (Ord == LogOrder::NoFlat) {
-                x = base * g;
-            } else {
-                const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
-                x = Ord == LogOrder::FlatFirst ? base * f * g : base * g * f;
-            }
-            StoreLog10Lanes<T>(x, reach, v + i, [&](size_t k) {
-                v[i + k] = StoredLog<T>(Log10Extended(LogArgument<Ord>(base[k], flat, gain, i + k)));
-            });
-        }
+        LogVectors<Ord, T, 4>(v, flat, gain, n, reach, i);
+        LogVectors<Ord, T, 1>(v, flat, gain, n, reach, i);
     }
     for (; i < n; ++i) v[i] = StoredLog<T>(Log10Extended(LogArgument<Ord>(v[i], flat, gain, i)));
 }

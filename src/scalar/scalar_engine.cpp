@@ -93,6 +93,7 @@ struct Plan {
         Scaled,
         Digits,
         Log10,
+        Log10Direct,
         Last
     } path = Path::Double;
     scalar::FormFn form = nullptr;  // Double: the plain form, or none (convert)
@@ -104,6 +105,7 @@ struct Plan {
     scalar::ExactLanesFn lanes = nullptr;  // ExactLanes: evaluation and store, from the source
     scalar::ExactFn scaled = nullptr;      // Scaled: evaluation and store
     scalar::Log10Fn log10 = nullptr;
+    scalar::Log10DirectFn log10Direct = nullptr;  // Log10Direct: from the source into the destination
     Log10TableFn log10Table = nullptr;
     LastFn last = nullptr;
 };
@@ -181,6 +183,11 @@ Plan PlanOperation(const scalar::Kernels& k, int32_t op, int32_t srcType, int32_
                 p.path = Plan::Path::Digits;
                 return p;
             }
+            p.log10Direct = k.log10Direct[srcType][dstType];
+            if (p.log10Direct != nullptr) {
+                p.path = Plan::Path::Log10Direct;
+                return p;
+            }
             p.log10 = k.log10[static_cast<int>(LogTargetOf(dstType))];
             if (kLog10Tables[srcType] != nullptr) p.log10Table = kLog10Tables[srcType][dstType];
             return p;
@@ -239,6 +246,7 @@ Status Run(int32_t op, int32_t srcType, const QmdDataStruct* dstImage, const voi
                 io.load[srcType](s, m, v);
                 p.scaled(v, m, p.c.a, d);
                 break;
+            case Plan::Path::Log10Direct: failed |= p.log10Direct(s, m, d); break;
             case Plan::Path::Digits: failed |= k.digits[srcType][dstType](s, m, d); break;
             case Plan::Path::Log10:
                 if (n >= kLog10TableUse && p.log10Table != nullptr && p.log10Table(k, s, m, d, failed)) break;

@@ -48,6 +48,9 @@ using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsi
 using Log10Fn = bool (*)(double* v, size_t n) noexcept;
 // 505 from 8- and 16-bit sources into singles through the table of every result (log_root.h);
 // true when some element was not positive.
+// 505 from I32, F32 and F64 sources straight into F32 and 32-bit integer destinations; true when
+// some element was not positive.
+using Log10DirectFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 using Log10GatherFn = bool (*)(const float* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 
 struct Kernels {
@@ -61,6 +64,7 @@ struct Kernels {
     ExactFn scaled[static_cast<int>(ExactOp::Count)][9];  // [operation][destination]
     ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][2][9];  // [operation][source][Exact, Exact32][destination]
     Log10Fn log10[3];                                               // by LogTarget of the destination
+    Log10DirectFn log10Direct[9][9];                                // [source][destination], where it applies
     Log10GatherFn log10Gather[9];                                   // by source type code, 8- and 16-bit ones
 };
 

@@ -72,19 +72,77 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
 }
 
 // 505 in place over a block (core/log10_lanes.h: the vector logarithm stands where its bound
-// settles the stored element, the extended one elsewhere). Doubles always take the extended one.
+// settles the stored element, the extended one elsewhere), G vectors to a decision. Doubles
+// always take the extended one.
+template <LogTarget T, size_t G> QM_INLINE void Log10Vectors(double* v, size_t n, size_t& i, bool& failed) noexcept {
+    const LogReach reach = ReachOf(0.0);
+    for (; i + G * kLanes <= n; i += G * kLanes) {
+        double* p = v + i;
+        VD x[G];
+#pragma GCC unroll 8
+        for (size_t g = 0; g < G; ++g) x[g] = LoadVD(p + g * kLanes);
+        StoreLog10Lanes<T, false>(
+            x, x, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
+            [&](size_t j, double xj) { failed |= Log10Exactly<T>(xj, p[j]); });
+    }
+}
 template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
     bool failed = false;
     size_t i = 0;
     if constexpr (T != LogTarget::Double) {
-        const LogReach reach = ReachOf(0.0);
-        for (; i + kLanes <= n; i += kLanes) {
-            const VD x = LoadVD(v + i);
-            StoreLog10Lanes<T>(x, reach, v + i, [&](size_t k) { failed |= Log10Exactly<T>(x[k], v[i + k]); });
-        }
+        Log10Vectors<T, 4>(v, n, i, failed);
+        Log10Vectors<T, 1>(v, n, i, failed);
     }
     for (; i < n; ++i) failed |= Log10Exactly<T>(v[i], v[i]);
     return failed;
+}
+
+// 505 from a wide source (I32, F32, F64) straight into F32 or 32-bit integers, G vectors to a
+// decision, with no block of doubles between. Each element is written after its own source
+// element and those before it are read, which every layout the engine runs in blocks allows.
+template <class S, class D, size_t G> QM_INLINE void Log10DirectVectors(const unsigned char* src, size_t n,
+                                                                        unsigned char* dst, size_t& i,
+                                                                        bool& failed) noexcept {
+    constexpr LogTarget T = std::is_same_v<D, float> ? LogTarget::Single : LogTarget::Integer;
+    const LogReach reach = ReachOf(0.0);
+    for (; i + G * kLanes <= n; i += G * kLanes) {
+        const unsigned char* s = src + i * sizeof(S);
+        unsigned char* d = dst + i * sizeof(D);
+        VD x[G];
+#pragma GCC unroll 8
+        for (size_t g = 0; g < G; ++g) x[g] = LoadDouble<S>(s + g * kLanes * sizeof(S));
+        StoreLog10Lanes<T, false>(
+            x, x, reach,
+            [d](size_t g, VD y) {
+                if constexpr (T == LogTarget::Single)
+                    StoreFloat(d + g * kLanes * sizeof(D), y);
+                else
+                    StoreInt<D>(d + g * kLanes * sizeof(D), TruncateLow32(y));
+            },
+            [&](size_t j, double xj) {
+                double out;
+                failed |= Log10Exactly<T>(xj, out);
+                StoreAt<D>(d, j, ::qm::StoreFloat<D>(out));
+            });
+    }
+}
+template <class S, class D> bool Log10Direct(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
+    constexpr LogTarget T = std::is_same_v<D, float> ? LogTarget::Single : LogTarget::Integer;
+    bool failed = false;
+    size_t i = 0;
+    Log10DirectVectors<S, D, 4>(src, n, dst, i, failed);
+    Log10DirectVectors<S, D, 1>(src, n, dst, i, failed);
+    for (; i < n; ++i) {
+        double out;
+        failed |= Log10Exactly<T>(static_cast<double>(LoadAt<S>(src, i)), out);
+        StoreAt<D>(dst, i, ::qm::StoreFloat<D>(out));
+    }
+    return failed;
+}
+template <class S> constexpr void SetLog10Direct(Kernels& k, int32_t srcType) noexcept {
+    k.log10Direct[srcType][kF32] = &Log10Direct<S, float>;
+    // U32 destinations hold the same low 32 bits as I32 ones.
+    k.log10Direct[srcType][kI32] = k.log10Direct[srcType][kU32] = &Log10Direct<S, int32_t>;
 }
 
 // 505 from 8- and 16-bit sources into singles through the table, gathered a register at a time
@@ -362,6 +420,9 @@ constexpr Kernels MakeKernels() noexcept {
     k.log10[static_cast<int>(LogTarget::Single)] = &Log10InPlace<LogTarget::Single>;
     k.log10[static_cast<int>(LogTarget::Integer)] = &Log10InPlace<LogTarget::Integer>;
     k.log10[static_cast<int>(LogTarget::Double)] = &Log10InPlace<LogTarget::Double>;
+    SetLog10Direct<int32_t>(k, kI32);
+    SetLog10Direct<float>(k, kF32);
+    SetLog10Direct<double>(k, kF64);
     k.log10Gather[kI8] = &Log10Gather<int8_t>;
     k.log10Gather[kU8] = &Log10Gather<uint8_t>;
     k.log10Gather[kI16] = &Log10Gather<int16_t>;

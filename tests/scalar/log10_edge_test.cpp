@@ -8,15 +8,15 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "core/element_types.h"
-#include "core/lanes.h"
 #include "core/log10.h"
-#include "core/log10_lanes.h"
+#include "scalar/log10_probe.h"
 #include "scalar/scalar_dispatch.h"
 #include "support/isa.h"
 
@@ -34,40 +34,49 @@ constexpr float kNearInteger[] = {0x1.82db34p-77f, 0x1.158e46p+63f, 0x1.0c6f7ap-
                                   0x1.fb0f6cp-94f, 0x1.203afap-50f, 0x1.6bcc42p+46f, 0x1.197998p-40f};
 
 TEST(Log10Lanes, StaysWithinItsBound) {
-    using namespace qm::QM_ISA_NS;
-    // Random bit patterns of positive normal doubles, and the neighbourhoods of 1, of the ends of
-    // the reduction interval (sqrt(2)/2 and its double) and of the powers of ten.
-    std::mt19937_64 rng(505);
-    std::vector<double> xs;
-    for (int i = 0; i < 200000; ++i) {
-        const uint64_t bits = (uint64_t{1} << 52) + rng() % (0x7FE0000000000000ull);
-        double x;
-        std::memcpy(&x, &bits, sizeof x);
-        xs.push_back(x);
-    }
-    for (double centre : {1.0, 0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp+0, 1e3, 1e-5, 1e22}) {
-        double below = centre, above = centre;
-        for (int k = 0; k < 2000; ++k) {
-            xs.push_back(below = std::nextafter(below, 0.0));
-            xs.push_back(above = std::nextafter(above, kInf));
+    for (qm::Isa isa : qmtest::AvailableIsas()) {
+        const qmtest::Log10Probe probe = isa == qm::Isa::Avx512 ? qmtest::Log10ProbeAvx512()
+                                         : isa == qm::Isa::Avx2 ? qmtest::Log10ProbeAvx2()
+                                                                : qmtest::Log10ProbeBaseline();
+        SCOPED_TRACE("isa " + qmtest::IsaName(isa));
+        // Random bit patterns of the doubles the set's evaluation takes, and the neighbourhoods
+        // of 1, of the ends of either reduction (sqrt(2)/2 and its double; the table's steps of
+        // 1/16 of a binade, near 2^0, 2^-1 and 2^-1020) and of powers of ten.
+        std::mt19937_64 rng(505);
+        std::vector<double> xs;
+        const uint64_t lowest = probe.lowestArgument;
+        for (int i = 0; i < 200000; ++i) {
+            const uint64_t bits = lowest + rng() % (0x7FF0000000000000ull - lowest);
+            double x;
+            std::memcpy(&x, &bits, sizeof x);
+            xs.push_back(x);
         }
-        for (int k = 1; k < 2000; ++k) xs.push_back(centre * (1.0 + k * 0x1p-20));
-    }
-    xs.resize(xs.size() / kLanes * kLanes);
-    long double worst = 0.0L;
-    for (size_t i = 0; i < xs.size(); i += kLanes) {
-        const VD y = Log10Lanes(LoadVD(xs.data() + i));
-        for (size_t k = 0; k < kLanes; ++k) {
-            const long double exact = std::log10(static_cast<long double>(xs[i + k]));
+        std::vector<double> centres = {1.0, 0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp+0, 1e3, 1e-5, 1e22};
+        for (int i = 1; i < 16; ++i)
+            for (double scale : {1.0, 0.5, 0x1p-1020}) centres.push_back((1.0 + i / 16.0) * scale);
+        for (double centre : centres) {
+            double below = centre, above = centre;
+            for (int k = 0; k < 2000; ++k) {
+                xs.push_back(below = std::nextafter(below, 0.0));
+                xs.push_back(above = std::nextafter(above, kInf));
+            }
+            for (int k = 1; k < 2000; ++k) xs.push_back(centre * (1.0 + k * 0x1p-20));
+        }
+        xs.resize(xs.size() / probe.lanes * probe.lanes);
+        std::vector<double> ys(xs.size());
+        probe.run(xs.data(), ys.data(), xs.size());
+        long double worst = 0.0L;
+        for (size_t i = 0; i < xs.size(); ++i) {
+            const long double exact = std::log10(static_cast<long double>(xs[i]));
             if (exact == 0.0L) {
-                EXPECT_EQ(y[k], 0.0) << "log10(1)";
+                EXPECT_EQ(ys[i], 0.0) << "log10(1)";
                 continue;
             }
-            worst = std::max(worst, std::fabs((y[k] - exact) / exact));
+            worst = std::max(worst, std::fabs((ys[i] - exact) / exact));
         }
+        EXPECT_LT(worst, probe.bound) << static_cast<double>(worst);
+        std::printf("%s: worst relative error %.3Lg, bound %.3g\n", qmtest::IsaName(isa).c_str(), worst, probe.bound);
     }
-    // The proven bound is 2^-44.7, the settling reach 2^-42.
-    EXPECT_LT(worst, 0x1p-44L) << static_cast<double>(worst);
 }
 
 // 505 of the source values `xs` (each at several lane positions) into every destination.
@@ -80,7 +89,7 @@ template <class S> void CheckEdges(int32_t srcType, const std::vector<S>& xs) {
     src.push_back(xs[0]);
     const size_t n = src.size();
     QmdDataStruct in{src.data(), static_cast<uint32_t>(n), 1, srcType, 1, {}};
-    for (int32_t d : {qm::kF32, qm::kF64, qm::kI32, qm::kI8, qm::kU16}) {
+    for (int32_t d : {qm::kF32, qm::kF64, qm::kI32, qm::kU32, qm::kI8, qm::kU16}) {
         const size_t ds = qm::ElementSize(d);
         std::vector<unsigned char> out(n * ds, 0xA5);
         QmdDataStruct o{out.data(), static_cast<uint32_t>(n), 1, d, 1, {}};
@@ -137,6 +146,42 @@ TEST(ScalarLog10, WideSourcesAtTheEdgesOfTheBound) {
         for (float g : {f, -f}) {
             const long double m = (static_cast<long double>(g) + std::nextafter(g, FL::infinity())) / 2;
             doubles.push_back(static_cast<double>(std::pow(10.0L, m)));
+        }
+    }
+    // Logarithms at about the settling reach from a single's midpoint or from an integer (a
+    // relative 2^-37 about a midpoint, 2^-27 about an integer, for the table evaluation; 2^-42
+    // and 2^-33 for the other), on either side of it.
+    for (float f : {0.1f, 3.3f, 12.7f, -0.75f, -100.1f}) {
+        const long double m = (static_cast<long double>(f) + std::nextafter(f, FL::infinity())) / 2;
+        for (int b : {-36, -37, -38, -41, -42, -43})
+            for (long double side : {1.0L, -1.0L})
+                doubles.push_back(static_cast<double>(std::pow(10.0L, m * (1.0L + side * std::ldexp(1.0L, b)))));
+    }
+    for (int k : {1, 2, 7, -3, -60})
+        for (int b : {-26, -27, -28, -32, -33, -34})
+            for (long double side : {1.0L, -1.0L})
+                doubles.push_back(static_cast<double>(std::pow(10.0L, k + side * std::ldexp(1.0L, b))));
+    // Just below 1 + 1/16, where the table evaluation's series leaves its largest error (about
+    // log10(e) r^10 / 10 above the logarithm, near 2^13 ulps of it): logarithms 0.1 of that error
+    // from a single's midpoint, on either side. A reach narrower than the error lets one of
+    // each pair settle on the wrong single.
+    for (long double m : {1.0605L, 1.061L, 1.0615L, 1.062L, 1.0624L}) {
+        const auto f = static_cast<float>(std::log10(m));
+        const long double mid = (static_cast<long double>(f) + std::nextafter(f, FL::infinity())) / 2;
+        const long double error = 0.4342944819L * std::pow(m - 1.0L, 10) / 10;
+        for (long double side : {0.1L, -0.1L})
+            doubles.push_back(static_cast<double>(std::pow(10.0L, mid + side * error)));
+    }
+    // The table's steps (significands 1 + i/16) and their neighbours, in a few binades and among
+    // the subnormals; 1 + 1/16 less an ulp is where its series is least exact.
+    for (int i = 0; i <= 16; ++i) {
+        for (int e : {0, -1, 1, 40, -70}) {
+            const float step = std::ldexp(1.0f + i / 16.0f, e);
+            singles.insert(singles.end(), {std::nextafter(step, 0.0f), step, std::nextafter(step, FL::infinity())});
+        }
+        for (int e : {0, -1, 300, -1030, -1070}) {
+            const double step = std::ldexp(1.0 + i / 16.0, e);
+            doubles.insert(doubles.end(), {std::nextafter(step, 0.0), step, std::nextafter(step, kInf)});
         }
     }
     doubles.insert(doubles.end(), {DL::denorm_min(), 0x0.fffffffffffffp-1022, DL::min(), DL::max(),

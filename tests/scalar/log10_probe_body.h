@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Include once per set, in log10_probe_<set>.cpp.
+#include "core/lanes.h"
+#include "core/log10_lanes.h"
+#include "scalar/log10_probe.h"
+
+namespace qmtest::QM_ISA_NS {
+
+inline void Run(const double* x, double* y, size_t n) {
+    using namespace ::qm::QM_ISA_NS;
+    for (size_t i = 0; i < n; i += kLanes) StoreVD(y + i, Log10Lanes(LoadVD(x + i)));
+}
+
+inline Log10Probe Probe() {
+    using namespace ::qm::QM_ISA_NS;
+    return {kLogBound.bound, kLogBound.lowestArgument, kLanes, &Run};
+}
+
+}  // namespace qmtest::QM_ISA_NS
