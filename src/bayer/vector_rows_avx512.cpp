@@ -59,26 +59,67 @@ struct Interleave {
     }
 };
 
-// The interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels a step in
-// 16-bit lanes.
-struct FixedKernels {
+// The means of a run of 64 / sizeof(Sample) pixels in lanes of the samples' own width (8 or 16
+// bits), blended into their blue, green and red values.
+template <class Sample> struct SampleLanes {
     using V = __m512i;
-    static constexpr int kWidth = 32;
+    static constexpr bool kBytes = sizeof(Sample) == 1;
 
-    QM_INLINE static V Load(const uint16_t* p) noexcept { return _mm512_loadu_si512(p); }
-
-    // floor((a + b) / 2) of 16-bit lanes, and (a + b) mod 2 in `odd`: the rounding average less the
-    // carried-in one where the sum is odd.
+    QM_INLINE static V Load(const Sample* p) noexcept { return _mm512_loadu_si512(p); }
+    QM_INLINE static V Average(V a, V b) noexcept {  // the rounding average, (a + b + 1) >> 1
+        if constexpr (kBytes)
+            return _mm512_avg_epu8(a, b);
+        else
+            return _mm512_avg_epu16(a, b);
+    }
+    QM_INLINE static V Sub(V a, V b) noexcept {
+        if constexpr (kBytes)
+            return _mm512_sub_epi8(a, b);
+        else
+            return _mm512_sub_epi16(a, b);
+    }
+    // floor((a + b) / 2), and (a + b) mod 2 in `odd`: the rounding average less the carried-in one
+    // where the sum is odd.
     QM_INLINE static V Half(V a, V b, V one, V& odd) noexcept {
         odd = _mm512_ternarylogic_epi32(a, b, one, 0x28);  // (a ^ b) & 1
-        return _mm512_sub_epi16(_mm512_avg_epu16(a, b), odd);
+        return Sub(Average(a, b), odd);
     }
     // floor((a + b + c + d) / 4) from x = floor((a + b) / 2), y = floor((c + d) / 2) and the two
     // remainders: floor((x + y + 1) / 2) when both remainders are 1, else floor((x + y) / 2).
     QM_INLINE static V Quarter(V x, V oddX, V y, V oddY, V one) noexcept {
         const V notBoth = _mm512_ternarylogic_epi32(oddX, oddY, one, 0x2A);  // ~(oddX & oddY) & 1
-        return _mm512_sub_epi16(_mm512_avg_epu16(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
+        return Sub(Average(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
     }
+    // The blue, green and red values of the run from column j (odd); `one` holds 1 in every lane.
+    template <RowLayout Layout> QM_INLINE static void Values(const Sample* p, const Sample* c, const Sample* n,
+                                                             int64_t j, V one, V (&bgr)[3]) noexcept {
+        // Even lanes hold odd columns.
+        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
+        V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
+        means[kOwn] = Load(c + j);
+        means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
+        means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
+        means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
+        const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
+        const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
+        means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
+        const auto pick = [&](int odd, int even) {
+            if constexpr (kBytes)
+                return _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAAu, means[odd], means[even]);
+            else
+                return _mm512_mask_blend_epi16(0xAAAAAAAAu, means[odd], means[even]);
+        };
+        bgr[0] = pick(kOdd.blue, kEven.blue);
+        bgr[1] = pick(kOdd.green, kEven.green);
+        bgr[2] = pick(kOdd.red, kEven.red);
+    }
+};
+
+// The interior of 16-bit mosaics with the channel rule in its integer form, 32 pixels a step in
+// 16-bit lanes.
+struct FixedKernels {
+    using V = __m512i;
+    static constexpr int kWidth = 32;
 
     struct Channel {
         V cutFrom, cutByte, sub, limit, mulHigh, mulLow;
@@ -113,20 +154,7 @@ struct FixedKernels {
     // The blue, green and red values of the 32 pixels from column j (odd), 16-bit lanes.
     template <RowLayout Layout> QM_INLINE static void Values(const uint16_t* p, const uint16_t* c, const uint16_t* n,
                                                              int64_t j, V one, V (&bgr)[3]) noexcept {
-        // Even lanes hold odd columns.
-        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
-        constexpr __mmask32 kEvenColumns = 0xAAAAAAAAu;
-        V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
-        means[kOwn] = Load(c + j);
-        means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
-        means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
-        means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
-        const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
-        const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
-        means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
-        bgr[0] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.blue], means[kEven.blue]);
-        bgr[1] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.green], means[kEven.green]);
-        bgr[2] = _mm512_mask_blend_epi16(kEvenColumns, means[kOdd.red], means[kEven.red]);
+        SampleLanes<uint16_t>::Values<Layout>(p, c, n, j, one, bgr);
     }
 
     template <RowLayout Layout, FixedForm Form> static void Interior(const uint16_t* p, const uint16_t* c,
@@ -210,18 +238,7 @@ struct ByteKernels {
     using V = __m512i;
     static constexpr int kWidth = 64;
 
-    QM_INLINE static V Load(const uint8_t* p) noexcept { return _mm512_loadu_si512(p); }
-
-    // floor((a + b) / 2) and (a + b) mod 2 in `odd`, as FixedKernels::Half in bytes.
-    QM_INLINE static V Half(V a, V b, V one, V& odd) noexcept {
-        odd = _mm512_ternarylogic_epi32(a, b, one, 0x28);  // (a ^ b) & 1
-        return _mm512_sub_epi8(_mm512_avg_epu8(a, b), odd);
-    }
-    // floor((a + b + c + d) / 4) from the halves and their remainders, as FixedKernels::Quarter.
-    QM_INLINE static V Quarter(V x, V oddX, V y, V oddY, V one) noexcept {
-        const V notBoth = _mm512_ternarylogic_epi32(oddX, oddY, one, 0x2A);  // ~(oddX & oddY) & 1
-        return _mm512_sub_epi8(_mm512_avg_epu8(x, y), _mm512_ternarylogic_epi32(x, y, notBoth, 0x28));
-    }
+    using Lanes = SampleLanes<uint8_t>;
 
     // A 256-byte table in four vectors: two 128-entry lookups on the low seven bits of each
     // byte, and the top bit picking between them.
@@ -229,7 +246,7 @@ struct ByteKernels {
         V part[4];
     };
     QM_INLINE static Table LoadTable(const uint8_t* t) noexcept {
-        return {{Load(t), Load(t + 64), Load(t + 128), Load(t + 192)}};
+        return {{Lanes::Load(t), Lanes::Load(t + 64), Lanes::Load(t + 128), Lanes::Load(t + 192)}};
     }
     // Each lookup writes only its own half and keeps the index elsewhere, so the second one reads
     // the bytes the first left alone.
@@ -241,25 +258,14 @@ struct ByteKernels {
 
     template <RowLayout Layout> static void Interior(const uint8_t* p, const uint8_t* c, const uint8_t* n,
                                                      int64_t groups, uint8_t* out, const ByteTables& tables) noexcept {
-        // A run starts at an odd column: even lanes hold odd columns.
-        constexpr ColourMeans kOdd = MeansOf(LayoutColumns<Layout>::odd), kEven = MeansOf(LayoutColumns<Layout>::even);
-        constexpr __mmask64 kEvenColumns = 0xAAAAAAAAAAAAAAAAu;
         const Table blue = LoadTable(tables.channel[0]), green = LoadTable(tables.channel[1]),
                     red = LoadTable(tables.channel[2]);
         const Interleave interleave = Interleave::Load(kInterleave);
         const V one = _mm512_set1_epi8(1);
         for (int64_t j = 1, end = 1 + groups * kWidth; j < end; j += kWidth) {
-            V means[kMeans], oddAcross, oddVertical, oddAbove, oddBelow;
-            means[kOwn] = Load(c + j);
-            means[kAcross] = Half(Load(c + j - 1), Load(c + j + 1), one, oddAcross);
-            means[kVertical] = Half(Load(p + j), Load(n + j), one, oddVertical);
-            means[kCross] = Quarter(means[kAcross], oddAcross, means[kVertical], oddVertical, one);
-            const V above = Half(Load(p + j - 1), Load(p + j + 1), one, oddAbove);
-            const V below = Half(Load(n + j - 1), Load(n + j + 1), one, oddBelow);
-            means[kDiagonal] = Quarter(above, oddAbove, below, oddBelow, one);
-            const V b = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.blue], means[kEven.blue]), blue);
-            const V g = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.green], means[kEven.green]), green);
-            const V r = Lookup(_mm512_mask_blend_epi8(kEvenColumns, means[kOdd.red], means[kEven.red]), red);
+            V bgr[3];
+            Lanes::Values<Layout>(p, c, n, j, one, bgr);
+            const V b = Lookup(bgr[0], blue), g = Lookup(bgr[1], green), r = Lookup(bgr[2], red);
             interleave.Store(out + 3 * j, b, g, r);
         }
     }
