@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The online family's kernels, written once over the lanes of core/lanes.h and compiled once for
 // each instruction set by online_kernels_<set>.cpp. Include only there.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <tuple>
@@ -175,6 +176,15 @@ template <Stage St, class D> QM_INLINE bool WideProductLanes(VD v, VD f, double 
     return true;
 }
 
+// Pixels by the exact product of WideFlatResult, one at a time: the last pixels of a block and
+// the vectors whose products an integer output cannot take in lanes. Out of line, being rare and
+// large when inlined into every kernel.
+template <Stage St, class D, bool kAcc>
+[[gnu::noinline, gnu::cold]] void ExactPixels(const double* base, const float* flat, size_t count, double a, double b,
+                                              unsigned char* out) noexcept {
+    for (size_t k = 0; k < count; ++k) Put<D, kAcc>(out, k, WideFlatResult<St, D, kFma>(base[k], flat[k], a, b));
+}
+
 // One pass: a vector of narrow base values takes the plain product (exact below 2^29), one with a
 // wider value (32-bit readers, or a dark pixel) the exact product in lanes, and what those cannot
 // hold, with the last pixels, the exact product of WideFlatResult lane by lane. Colour pixels come
@@ -182,9 +192,6 @@ template <Stage St, class D> QM_INLINE bool WideProductLanes(VD v, VD f, double 
 template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
 void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
                 unsigned char* out) noexcept {
-    const auto exact = [=](size_t i, double base) {
-        Put<D, kAcc>(out, i, WideFlatResult<St, D, kFma>(base, flat[i], a, b));
-    };
     // Pixels i to i + kLanes from their int32 lanes s.
     const auto lanes = [=](size_t i, VI s) QM_LAMBDA_INLINE {
         if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
@@ -211,7 +218,9 @@ void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
             else if constexpr (St == Stage::Clip)
                 x = ClipForm(x, a, b);
         } else if (!WideProductLanes<St, D>(v, f, a, b, x)) {
-            for (size_t k = 0; k < kLanes; ++k) exact(i + k, v[k]);
+            alignas(QM_VECTOR_BYTES) double held[kLanes];
+            StoreVD(held, v);
+            ExactPixels<St, D, kAcc>(held, flat + i, kLanes, a, b, out + i * sizeof(D));
             return;
         }
         unsigned char* p = out + i * sizeof(D);
@@ -235,7 +244,12 @@ void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
     } else {
         for (; i + kLanes <= n; i += kLanes) lanes(i, LoadInt<Word<Id>>(src + i * sizeof(Word<Id>)));
     }
-    for (; i < n; ++i) exact(i, BaseValue<Id, Dk>(src, dark, i));
+    // What is left is fewer than a step's pixels (and the colour reader's slack).
+    constexpr size_t kLeft = Id == ReaderId::ColourMean ? kWide + kColourSlack : kLanes;
+    double base[kLeft];
+    const size_t left = std::min(n - i, kLeft);  // n - i, always
+    for (size_t k = 0; k < left; ++k) base[k] = BaseValue<Id, Dk>(src, dark, i + k);
+    ExactPixels<St, D, kAcc>(base, flat + i, left, a, b, out + i * sizeof(D));
 }
 
 template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc> constexpr void SetFlatDirect(Kernels& k) noexcept {
