@@ -313,14 +313,15 @@ template <class Sample> bool UseFixedRule(Job<Sample>& job, const VectorRows& ve
     const int32_t high = std::numeric_limits<Sample>::max();
     const BayerChannels& ch = job.channels;
     for (const bool shortForm : {true, false}) {
+        // A form this set has no kernels for is not worth checking.
+        const FixedRowFn<Sample>* rows =
+            vector.fixed.template For<Sample>(shortForm ? FixedForm::Short : FixedForm::Long);
+        if (rows == nullptr || rows[0] == nullptr) continue;
         int64_t budget = set > 0 ? set : 3 * 1024 + pixels / 16;
         if (!MakeFixedChannel(ch.blue, shifted, ch.shift, high, budget, job.fixed.blue, shortForm) ||
             !MakeFixedChannel(ch.green, shifted, ch.shift, high, budget, job.fixed.green, shortForm) ||
             !MakeFixedChannel(ch.red, shifted, ch.shift, high, budget, job.fixed.red, shortForm))
             continue;
-        const FixedRowFn<Sample>* rows =
-            vector.fixed.template For<Sample>(shortForm ? FixedForm::Short : FixedForm::Long);
-        if (rows == nullptr || rows[0] == nullptr) continue;
         for (int parity = 0; parity < 2; ++parity)
             if (job.layout[parity] != RowLayout::Repeat)
                 for (int even = 0; even < 2; ++even)
