@@ -66,6 +66,12 @@
  *   infinities and values beyond 64 bits store 0. U32 data are read as signed 32-bit whenever
  *   they are a source of arithmetic (0x80000000 takes part as -2147483648).
  *
+ *   Results do not depend on the host's floating-point mode. A call that computes runs in its own
+ *   (round to nearest, subnormals kept, exceptions masked, x87 at 64 bits) wherever the host's
+ *   differs, and gives the host's mode back, flags included, when it returns: a host that
+ *   flushes to zero, rounds toward zero or traps on division by zero gets the same elements and
+ *   no trap from inside the module.
+ *
  * THREADING
  *
  *   All calls are synchronous and run on the caller's thread. MathCreate claims a slot

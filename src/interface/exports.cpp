@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The exported entry points: a thin shell that unpacks the handle and arguments, calls the
 // module's C++ and turns its status into a QmeErrorCode. Nothing here throws; no exception
-// leaves the library. Output pointers that are null are skipped, never written.
+// leaves the library. Output pointers that are null are skipped, never written. Every entry that
+// computes runs in the module's floating-point mode (core/float_environment.h), whatever the host's.
 #include <cstring>
 
 #include "bayer/bayer.h"
+#include "core/float_environment.h"
 #include "interface/identity.h"
 #include "interface/instance_table.h"
 #include "interface/processing.h"
@@ -23,6 +25,7 @@ template <class T> void Put(T* out, T value) noexcept {
 
 QmeErrorCode BayerMember(auto member, QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift, double g1, double g2,
                          double g3, int32_t o1, int32_t o2, int32_t o3, uint16_t phase) noexcept {
+    const qm::FloatEnvironment mode;
     const qm::BayerConstants constants{g1, g2, g3, o1, o2, o3, 0, phase};
     return ToErrorCode(member(dst, src, qm::ParamsOf(constants, shift)));
 }
@@ -67,28 +70,34 @@ QM_API QmeErrorCode QM_CALL MathReset(QmHandle handle) {
 }
 
 QM_API QmeErrorCode QM_CALL MathSetProcess(QmHandle handle, int32_t code, uint8_t on) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::SetProcess(qm::InstanceFor(handle), code, on));
 }
 
 QM_API QmeErrorCode QM_CALL MathSetConstant(QmHandle handle, int32_t code, double value) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::SetConstant(qm::InstanceFor(handle), code, value));
 }
 
 QM_API QmeErrorCode QM_CALL MathSetData(QmHandle handle, int32_t code, QmdDataStruct* image) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::SetData(qm::InstanceFor(handle), code, image));
 }
 
 QM_API QmeErrorCode QM_CALL MathProcessData(QmHandle handle, QmdDataStruct* image) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::ProcessData(qm::InstanceFor(handle), image));
 }
 
 QM_API QmeErrorCode QM_CALL MathBayerSimple(QmdDataStruct* dst, QmdDataStruct* src, uint16_t shift) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::BayerSimple(dst, src, shift));
 }
 
 QM_API QmeErrorCode QM_CALL MathBayerInterpolate(QmdRgbTriple* out, uint32_t width, uint32_t height,
                                                  const uint16_t* samples, uint32_t pitch, uint32_t /*reserved*/,
                                                  uint16_t shift) {
+    const qm::FloatEnvironment mode;
     return ToErrorCode(qm::BayerInterpolateRaw(out, width, height, samples, pitch, shift));
 }
 

@@ -209,6 +209,53 @@ int main(int argc, char** argv) {
         Report(st == 0 && ok, "MathBayerInterpolateU16 3 x 4 of 100: rows 0 to 2 are 100, row 3 untouched");
     }
 
+    { /* A host in another floating-point mode, as hosts built with other compilers run: the x87 unit
+       * at 53 bits and rounding toward zero, SSE rounding toward zero, division by zero and invalid
+       * operations unmasked in both. The logarithm into doubles (extended precision inside) and the
+       * reciprocal of zeros store what they store in the default mode, nothing traps, and the
+       * host's mode is back afterwards. */
+        const double src[4] = {2.0, 0.0, 1000.0, 0.7};
+        const double wantLog[4] = {0.301029995663981195, 0.0, 3.0, -0.154901959985743197}; /* log10 of the double 0.7 */
+        const float wantReciprocal[4] = {0.5f, 0.0f, 0.001f, (float)(1.0 / 0.7)};
+        double logs[4] = {9, 9, 9, 9};
+        float reciprocals[4] = {9, 9, 9, 9};
+        QmdDataStruct s = Image((void*)src, 4, 1, qmeTypeF64), dl = Image(logs, 4, 1, qmeTypeF64);
+        QmdDataStruct dr = Image(reciprocals, 4, 1, qmeTypeF32);
+        unsigned short savedWord, hostWord = 0x0E7A, wordAfter;
+        unsigned int savedCsr, hostCsr = 0x7D00, csrAfter;
+        QmeErrorCode stLog, stReciprocal;
+        QmHandle h = 0;
+        create(0, 0, &h);
+        setData(h, qmeDataOperand1, &s);
+        __asm__ volatile("fnstcw %0" : "=m"(savedWord));
+        __asm__ volatile("stmxcsr %0" : "=m"(savedCsr));
+        __asm__ volatile("fldcw %0" : : "m"(hostWord));
+        __asm__ volatile("ldmxcsr %0" : : "m"(hostCsr));
+        setProcess(h, qmeProcessLog10, 1);
+        stLog = process(h, &dl);
+        setProcess(h, qmeProcessReciprocal, 1);
+        stReciprocal = process(h, &dr);
+        __asm__ volatile("fnstcw %0" : "=m"(wordAfter));
+        __asm__ volatile("stmxcsr %0" : "=m"(csrAfter));
+        __asm__ volatile("fnclex");
+        __asm__ volatile("fldcw %0" : : "m"(savedWord));
+        __asm__ volatile("ldmxcsr %0" : : "m"(savedCsr));
+        destroy(h);
+        if (stLog != qmeElementNotComputed || stReciprocal != 0 || wordAfter != hostWord ||
+            (csrAfter & 0xFFC0u) != hostCsr)
+            printf("     statuses %d %d, modes after 0x%04X 0x%08X\n", (int)stLog, (int)stReciprocal, wordAfter,
+                   csrAfter);
+        for (int i = 0; i < 4; ++i)
+            if (memcmp(&logs[i], &wantLog[i], sizeof(double)) != 0 ||
+                memcmp(&reciprocals[i], &wantReciprocal[i], 4) != 0)
+                printf("     element %d: log %.17g (want %.17g), 1 / x %.9g (want %.9g)\n", i, logs[i], wantLog[i],
+                       reciprocals[i], wantReciprocal[i]);
+        Report(stLog == qmeElementNotComputed && memcmp(logs, wantLog, sizeof logs) == 0 && stReciprocal == 0 &&
+                   memcmp(reciprocals, wantReciprocal, sizeof reciprocals) == 0 && wordAfter == hostWord &&
+                   (csrAfter & 0xFFC0u) == hostCsr,
+               "log10 and 1 / x from a host at 53 bits, rounding toward zero, traps on: as by default, mode kept");
+    }
+
     { /* Status text. */
         const char* t = statusText(qmeMissingImage);
         const char* u = statusText((QmeErrorCode)12345);
