@@ -8,7 +8,8 @@
 // log10(x); when every value within that distance stores the same element (the same single, the
 // same truncation), so does Log10Extended(x), and y is stored. Lanes the bound cannot settle, and
 // arguments the evaluation does not take, go to Log10Extended one by one. A double destination
-// needs more digits than a double holds, so every lane of it goes that way.
+// needs more digits than a double holds: AVX-512 evaluates it as a pair of doubles (below), the
+// other sets send every lane of it to Log10Extended.
 //
 // Two evaluations, one per kind of set; each has its bound B (|y - log10(x)| <= B |log10(x)|)
 // and takes its reach from it (LogBound below).
@@ -150,6 +151,126 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
 }
 #endif
 
+#if QM_VECTOR_BYTES == 64
+// Doubles (AVX-512). A double destination keeps every bit of the logarithm, so the lanes evaluate
+// it as an unevaluated sum s + low of about 2^-62 relative error, and their rounding z is stored
+// where no value within the reach of s + low rounds to another double; the other lanes go to the
+// extended logarithm. The reduction is the one above, with the exponent E' = E + 1 for m < 1 in
+// place of log10(2) inside the table, so that T'_i = log10(1 / k_i) and T'_0 = T'_15 = 0:
+//   p = m k_i and its exact rest pe (one fused step); r = p - 1, exact (p in [0.96, 1.07], Sterbenz);
+//       1 + r + pe = m k_i exactly, |r| < 1/16 (i = 0), <= 1/32 (i = 15), <= 0.0286 + 2^-52
+//       elsewhere; pe = 0 where k_i = 1, else |pe| <= 2^-53.
+//   q = log10(1 + r + pe) = C1 r + C2 r^2 + r^3 P(r) + C1 pe (1 - r + r^2) + O(pe r^3), with
+//       C_j = (-1)^(j+1) log10(e) / j; C1 r and C2 r^2 = (C1 / 2)(r^2) are carried exactly as
+//       a + ae and b + be (C1 = C1h + C1l to 2^-107, C2h = -C1h / 2 exactly), P = C3 + ... + C15 r^12
+//       by Horner.
+//   y = E' L2a + T'h + a + b + [E' L2b + T'l + ae + be + the rest of q], the bracket summed
+//       plainly; E' L2a is exact (L2a has 42 bits, |E'| < 2^11); the head's three sums are
+//       Fast2Sum steps with their rests into the bracket: |E' L2a| >= 0.3 > |T'h| <= 0.127 unless
+//       E' = 0; |a| <= 0.0273 is below |E' L2a + T'h| (>= 0.02 for E' = 0 and i not 0 or 15, which
+//       else is 0); |b| <= |y| / 30.
+// Bound, relative to |y| (|y| >= 0.0137 unless E' = 0 and k_i = 1, where y = q):
+//   - the series' remainder after r^15: (1/16)^15 / (16 x 0.968) < 2^-64 of q;
+//   - r^3 P(r): about seven roundings reach it (s, s r, Horner's last steps, the fused step, the
+//     bracket's sums), under 2^-50 of its 0.145 |r|^3. Where k_i is not 1: 2^-68.2 at |r| = 0.0286
+//     (x near 1.0625, |y| >= 0.0263) and |r| <= 0.0164 where |y| comes down to 0.0137 (i = 14),
+//     so under 2^-62.9 of |y|. Where k_i = 1 and E' = 0: |r^3 P| <= 0.335 r^2 |q| <= 2^-9.5 |q|,
+//     so 2^-59.5 of |y|;
+//   - the neglected C1 pe r^3 (<= 2^-69.6, and the same pairing of r and y) and the roundings of
+//     the rest of q (< 2^-105): under 2^-64.4 of |y|;
+//   - L2, T' and C1 as pairs (2^-95 |E'| L2, 2^-106, 2^-107), and the bracket's own roundings
+//     (six, of terms below ulp(y)): below 2^-90.
+//   So |s + low - log10(x)| <= 2^-62 |y| where k_i is not 1 or E' is not 0, and 2^-59.4 |y| where
+//   k_i = 1 and E' = 0. The extended logarithm is taken within 2^-62 |y| too (its
+//   measured worst is 1.8 x 2^-64 over 200,000 arguments, near 1 included), so the reach is 2^-61
+//   (2^-59 where k_i = 1 and E' = 0), covering both and the roundings of the test below. z = s + low
+//   rounded; d = (s - z) + low is s + low - z within 2^-53 |d| (s - z is exact, Sterbenz). A lane
+//   settles when |d| + reach |z| < ulp(z) / 2: then no double midpoint lies between log10(x)
+//   and s + low, nor between log10(x) and the extended logarithm, and both round to z. z = 0 (x =
+//   1) and z a power of two (the midpoint below it is half as far) are left to the extended
+//   logarithm, as are arguments that are not positive normal doubles.
+inline constexpr bool kLogDoubleLanes = true;
+QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
+    const __m512d xd = reinterpret_cast<__m512d>(x);
+    const __m512d md = _mm512_getmant_pd(xd, _MM_MANT_NORM_p75_1p5, _MM_MANT_SIGN_zero);
+    const __m512i index = _mm512_srli_epi64(reinterpret_cast<__m512i>(md), 48);
+    const __mmask8 belowOne = _mm512_cmp_pd_mask(md, _mm512_set1_pd(1.0), _CMP_LT_OQ);
+    const __m512d exponent = _mm512_getexp_pd(xd);
+    const VD e = reinterpret_cast<VD>(_mm512_mask_add_pd(exponent, belowOne, exponent, _mm512_set1_pd(1.0)));
+    const __m512d kLow =
+        _mm512_setr_pd(1.0, 0x1.d41d41d41d41dp-1, 0x1.bacf914c1bad0p-1, 0x1.a41a41a41a41ap-1, 0x1.8f9c18f9c18fap-1,
+                       0x1.7d05f417d05f4p-1, 0x1.6c16c16c16c17p-1, 0x1.5c9882b931057p-1);
+    const __m512d kHigh =
+        _mm512_setr_pd(0x1.4e5e0a72f0539p+0, 0x1.4141414141414p+0, 0x1.3521cfb2b78c1p+0, 0x1.29e4129e4129ep+0,
+                       0x1.1f7047dc11f70p+0, 0x1.15b1e5f75270dp+0, 0x1.0c9714fbcda3bp+0, 1.0);
+    // T'_i = log10(1 / k_i) as a pair of doubles.
+    const __m512d tHighLow =
+        _mm512_setr_pd(0.0, 0x1.3ed1199a5e427p-5, 0x1.02428c1f08014p-4, 0x1.5fe80488af4fep-4, 0x1.b8de4d3ab3d97p-4,
+                       0x1.06cbd67a6c3b7p-3, 0x1.2f3b691c5a000p-3, 0x1.55e8c518b10f9p-3);
+    const __m512d tHighHigh =
+        _mm512_setr_pd(-0x1.db11ed766abf2p-4, -0x1.93e7de0fc3e7fp-4, -0x1.4f7aad9bbcbaep-4, -0x1.0d966cc6500f8p-4,
+                       -0x1.9c197abf00dd3p-5, -0x1.21681b5c8c213p-5, -0x1.559bd2406c3c1p-6, 0.0);
+    const __m512d tLowLow =
+        _mm512_setr_pd(0.0, -0x1.0786157f83bddp-62, 0x1.6da08b50eed6bp-59, -0x1.039f94805daaep-58,
+                       -0x1.00b1b6ca31ffbp-59, -0x1.d041131768d18p-57, 0x1.2aacd09e444c0p-58, -0x1.13e33703cdd4fp-57);
+    const __m512d tLowHigh =
+        _mm512_setr_pd(0x1.31af4b2b29f75p-58, -0x1.c9e0d5b0608eep-60, 0x1.75ae196b7ad7bp-58, -0x1.a43f8a0fac876p-59,
+                       -0x1.b8bd51f759890p-59, -0x1.0a0a677b7a057p-60, 0x1.c6f9416c363a8p-60, 0.0);
+    const __m512d kd = _mm512_permutex2var_pd(kLow, index, kHigh);
+    const VD k = reinterpret_cast<VD>(kd);
+    const VD th = reinterpret_cast<VD>(_mm512_permutex2var_pd(tHighLow, index, tHighHigh));
+    const VD tl = reinterpret_cast<VD>(_mm512_permutex2var_pd(tLowLow, index, tLowHigh));
+    const VD m = reinterpret_cast<VD>(md);
+    const VD p = m * k;
+    const VD pe = MulAdd(m, k, -p);
+    const VD r = p - 1.0;
+    constexpr double kC1High = 0x1.bcb7b1526e50ep-2, kC1Low = 0x1.95355baaafad3p-57;
+    const VD a = r * kC1High, ae = MulAdd(r, SplatVD(kC1High), -a);
+    const VD s = r * r, se = MulAdd(r, r, -s);
+    const VD b = s * (-0.5 * kC1High), be = MulAdd(s, SplatVD(-0.5 * kC1High), -b);
+    VD h = SplatVD(0x1.da5d89f186bcbp-6);
+    h = MulAdd(h, r, SplatVD(-0x1.fc3fa615105c7p-6));
+    h = MulAdd(h, r, SplatVD(0x1.11ac1e5a1c809p-5));
+    h = MulAdd(h, r, SplatVD(-0x1.287a7636f435fp-5));
+    h = MulAdd(h, r, SplatVD(0x1.436e526a7ec67p-5));
+    h = MulAdd(h, r, SplatVD(-0x1.63c62775250d8p-5));
+    h = MulAdd(h, r, SplatVD(0x1.8b4df2f3f047ep-5));
+    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-5));
+    h = MulAdd(h, r, SplatVD(0x1.fc3fa615105c7p-5));
+    h = MulAdd(h, r, SplatVD(-0x1.287a7636f435fp-4));
+    h = MulAdd(h, r, SplatVD(0x1.63c62775250d8p-4));
+    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-4));
+    h = MulAdd(h, r, SplatVD(0x1.287a7636f435fp-3));
+    const VD rest = MulAdd(s * r, h, MulAdd(se, SplatVD(-0.5 * kC1High), r * kC1Low + s * (-0.5 * kC1Low))) +
+                    (pe * kC1High) * ((1.0 - r) + s);
+    // The head, by Fast2Sum steps.
+    const VD h1 = e * 0x1.34413509f78p-2;
+    const VD s1 = h1 + th, s1e = th - (s1 - h1);
+    const VD s2 = s1 + a, s2e = a - (s2 - s1);
+    const VD s3 = s2 + b, s3e = b - (s3 - s2);
+    const VD low = ((s1e + s2e) + s3e) + ((e * 0x1.fef311f12b358p-46 + tl) + ((ae + be) + rest));
+    const VD z = s3 + low;
+    const VD d = (s3 - z) + low;
+    // The test: negative where the lane is left open.
+    const VU64 zb = reinterpret_cast<VU64>(z);
+    const VD half = reinterpret_cast<VD>((zb & uint64_t{0x7FF0000000000000}) - (uint64_t{53} << 52));
+    const VD magnitude = reinterpret_cast<VD>(zb & uint64_t{0x7FFFFFFFFFFFFFFF});
+    const __mmask8 seriesAlone = _mm512_mask_cmp_pd_mask(_mm512_cmp_pd_mask(kd, _mm512_set1_pd(1.0), _CMP_EQ_OQ),
+                                                         reinterpret_cast<__m512d>(e), _mm512_setzero_pd(), _CMP_EQ_OQ);
+    const VD reach =
+        reinterpret_cast<VD>(_mm512_mask_blend_pd(seriesAlone, _mm512_set1_pd(0x1p-61), _mm512_set1_pd(0x1p-59)));
+    const VD absD = reinterpret_cast<VD>(reinterpret_cast<VU64>(d) & uint64_t{0x7FFFFFFFFFFFFFFF});
+    const VD room = half - MulAdd(magnitude, reach, absD);
+    const VU64 xb = reinterpret_cast<VU64>(x);
+    margin = reinterpret_cast<VS64>((xb - kLogBound.lowestArgument) | (uint64_t{0x7FEFFFFFFFFFFFFF} - xb) |
+                                    reinterpret_cast<VU64>(room) | ((zb & uint64_t{0x000FFFFFFFFFFFFF}) - 1));
+    return z;
+}
+#else
+inline constexpr bool kLogDoubleLanes = false;
+VD Log10DoubleLanes(VD x, VS64& margin) noexcept;  // never called where kLogDoubleLanes is false
+#endif
+
 // What one call allows beside the bound: `slack`, the caller's absolute allowance (0 or at most
 // 2^-52), taken once into the constants of the tests below, as bits of doubles where the tests
 // compare bits.
@@ -196,7 +317,7 @@ template <LogTarget T, bool kSlack> QM_INLINE VS64 LogMargin(VD x, VD y, const L
         const VD n = reinterpret_cast<VD>(
             _mm512_roundscale_pd(reinterpret_cast<__m512d>(y), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
-        const VD n = (y + 0x1.8p52) - 0x1.8p52;  // y rounded to an integer (|y| < 2^51)
+        const VD n = (y + 0x1.8p52) - 0x1.8p52;    // y rounded to an integer (|y| < 2^51)
 #endif
         const VU64 off = reinterpret_cast<VU64>(y - n) & uint64_t{0x7FFFFFFFFFFFFFFF};
         // Negative where |y - n| is within the reach, unless y = 0 settles.
@@ -239,13 +360,18 @@ template <size_t G, class Exact>
 template <LogTarget T, bool kSlack, size_t G, class Put, class Exact>
 QM_INLINE void StoreLog10Lanes(const VD (&x)[G], const VD (&keep)[G], const LogReach& reach, Put&& put,
                                Exact&& exact) noexcept {
+    static_assert(T != LogTarget::Double || (kLogDoubleLanes && !kSlack), "double lanes, and without slack");
     VD y[G];
     VS64 margin[G];
     VS64 any{};
 #pragma GCC unroll 8
     for (size_t g = 0; g < G; ++g) {
-        y[g] = Log10Lanes(x[g]);
-        margin[g] = LogMargin<T, kSlack>(x[g], y[g], reach);
+        if constexpr (T == LogTarget::Double) {
+            y[g] = Log10DoubleLanes(x[g], margin[g]);
+        } else {
+            y[g] = Log10Lanes(x[g]);
+            margin[g] = LogMargin<T, kSlack>(x[g], y[g], reach);
+        }
         any |= margin[g];
     }
 #pragma GCC unroll 8

@@ -72,8 +72,8 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
 }
 
 // 505 in place over a block (core/log10_lanes.h: the vector logarithm stands where its bound
-// settles the stored element, the extended one elsewhere), G vectors to a decision. Doubles
-// always take the extended one.
+// settles the stored element, the extended one elsewhere), G vectors to a decision. Doubles take
+// the extended one where the set has no double lanes.
 template <LogTarget T, size_t G> QM_INLINE void Log10Vectors(double* v, size_t n, size_t& i, bool& failed) noexcept {
     const LogReach reach = ReachOf(0.0);
     for (; i + G * kLanes <= n; i += G * kLanes) {
@@ -89,7 +89,7 @@ template <LogTarget T, size_t G> QM_INLINE void Log10Vectors(double* v, size_t n
 template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
     bool failed = false;
     size_t i = 0;
-    if constexpr (T != LogTarget::Double) {
+    if constexpr (T != LogTarget::Double || kLogDoubleLanes) {
         Log10Vectors<T, 4>(v, n, i, failed);
         Log10Vectors<T, 1>(v, n, i, failed);
     }
@@ -97,13 +97,17 @@ template <LogTarget T> bool Log10InPlace(double* v, size_t n) noexcept {
     return failed;
 }
 
-// 505 from a wide source (I32, F32, F64) straight into F32 or 32-bit integers, G vectors to a
-// decision, with no block of doubles between. Each element is written after its own source
-// element and those before it are read, which every layout the engine runs in blocks allows.
+template <class D> constexpr LogTarget kLogTargetOf = std::is_same_v<D, float>    ? LogTarget::Single
+                                                      : std::is_same_v<D, double> ? LogTarget::Double
+                                                                                  : LogTarget::Integer;
+
+// 505 from a wide source (I32, F32, F64) straight into F32, 32-bit integers or (where the set has
+// double lanes) F64, G vectors to a decision, with no block of doubles between. Each element is written after its own
+// source element and those before it are read, which every layout the engine runs in blocks allows.
 template <class S, class D, size_t G> QM_INLINE void Log10DirectVectors(const unsigned char* src, size_t n,
                                                                         unsigned char* dst, size_t& i,
                                                                         bool& failed) noexcept {
-    constexpr LogTarget T = std::is_same_v<D, float> ? LogTarget::Single : LogTarget::Integer;
+    constexpr LogTarget T = kLogTargetOf<D>;
     const LogReach reach = ReachOf(0.0);
     for (; i + G * kLanes <= n; i += G * kLanes) {
         const unsigned char* s = src + i * sizeof(S);
@@ -116,6 +120,8 @@ template <class S, class D, size_t G> QM_INLINE void Log10DirectVectors(const un
             [d](size_t g, VD y) {
                 if constexpr (T == LogTarget::Single)
                     StoreFloat(d + g * kLanes * sizeof(D), y);
+                else if constexpr (T == LogTarget::Double)
+                    StoreVD(reinterpret_cast<double*>(d + g * kLanes * sizeof(D)), y);
                 else
                     StoreInt<D>(d + g * kLanes * sizeof(D), TruncateLow32(y));
             },
@@ -127,7 +133,7 @@ template <class S, class D, size_t G> QM_INLINE void Log10DirectVectors(const un
     }
 }
 template <class S, class D> bool Log10Direct(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
-    constexpr LogTarget T = std::is_same_v<D, float> ? LogTarget::Single : LogTarget::Integer;
+    constexpr LogTarget T = kLogTargetOf<D>;
     bool failed = false;
     size_t i = 0;
     Log10DirectVectors<S, D, 4>(src, n, dst, i, failed);
@@ -141,6 +147,7 @@ template <class S, class D> bool Log10Direct(const unsigned char* src, size_t n,
 }
 template <class S> constexpr void SetLog10Direct(Kernels& k, int32_t srcType) noexcept {
     k.log10Direct[srcType][kF32] = &Log10Direct<S, float>;
+    if constexpr (kLogDoubleLanes) k.log10Direct[srcType][kF64] = &Log10Direct<S, double>;
     // U32 destinations hold the same low 32 bits as I32 ones.
     k.log10Direct[srcType][kI32] = k.log10Direct[srcType][kU32] = &Log10Direct<S, int32_t>;
 }

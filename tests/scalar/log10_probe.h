@@ -13,6 +13,8 @@ struct Log10Probe {
     uint64_t lowestArgument;  // the least bits of an argument the evaluation takes
     size_t lanes;
     void (*run)(const double* x, double* y, size_t n);  // n a multiple of lanes
+    // The double lanes where the set has them (else null): z and whether each lane settled.
+    void (*runDouble)(const double* x, double* z, bool* settled, size_t n);
 };
 
 Log10Probe Log10ProbeBaseline();
