@@ -70,6 +70,7 @@ ONLINE_MODES(U16toU16_Dark, qmeTypeU16, D);
 ONLINE_MODES(U16toU16_Flat, qmeTypeU16, F);
 ONLINE_MODES(U16toU16_DarkFlat, qmeTypeU16, D | F);
 ONLINE_BENCH(U16toF32_Log, qmeTypeU16, qmeTypeF32, qm::kOnlineLog10, 1);
+ONLINE_BENCH(U16toF64_Log, qmeTypeU16, qmeTypeF64, qm::kOnlineLog10, 1);
 ONLINE_BENCH(U16toF32_Threshold, qmeTypeU16, qmeTypeF32, qm::kOnlineThreshold, 1);
 ONLINE_BENCH(U16toF32_Clip, qmeTypeU16, qmeTypeF32, qm::kOnlineClipRange, 1);
 ONLINE_BENCH(U16toU16_DarkFlatClip, qmeTypeU16, qmeTypeU16, D | F | qm::kOnlineClipRange, 1);

@@ -303,11 +303,11 @@ template <bool kClip> void StageBlock(double* v, size_t n, double a, double b) n
 
 // The logarithm stage (core/log10_lanes.h: the vector logarithm of the argument formed in doubles,
 // where its bound and the slack settle the stored element; the extended logarithm of the argument
-// formed in extended precision elsewhere), G vectors to a decision. Double outputs always take
-// the extended one.
-template <LogOrder Ord, LogTarget T, size_t G> QM_INLINE void LogVectors(double* v, const float* flat,
-                                                                         const float* gain, size_t n,
-                                                                         const LogReach& reach, size_t& i) noexcept {
+// formed in extended precision elsewhere), G vectors to a decision. Double outputs take the
+// extended one, except where the set has double lanes and the argument is exact (no slack).
+template <LogOrder Ord, LogTarget T, bool kSlack, size_t G>
+QM_INLINE void LogVectors(double* v, const float* flat, const float* gain, size_t n, const LogReach& reach,
+                          size_t& i) noexcept {
     for (; i + G * kLanes <= n; i += G * kLanes) {
         double* p = v + i;
         VD x[G], base[G];
@@ -323,7 +323,7 @@ template <LogOrder Ord, LogTarget T, size_t G> QM_INLINE void LogVectors(double*
                 x[g] = Ord == LogOrder::FlatFirst ? base[g] * f * gj : base[g] * gj * f;
             }
         }
-        StoreLog10Lanes<T, true>(
+        StoreLog10Lanes<T, kSlack>(
             x, base, reach, [p](size_t g, VD y) { StoreVD(p + g * kLanes, y); },
             [&](size_t j, double b) { p[j] = StoredLog<T>(Log10Extended(LogArgument<Ord>(b, flat, gain, i + j))); });
     }
@@ -333,8 +333,16 @@ void LogStage(double* v, const float* flat, const float* gain, size_t n, double 
     size_t i = 0;
     if constexpr (T != LogTarget::Double) {
         const LogReach reach = ReachOf(slack);
-        LogVectors<Ord, T, 4>(v, flat, gain, n, reach, i);
-        LogVectors<Ord, T, 1>(v, flat, gain, n, reach, i);
+        LogVectors<Ord, T, true, 4>(v, flat, gain, n, reach, i);
+        LogVectors<Ord, T, true, 1>(v, flat, gain, n, reach, i);
+    } else if constexpr (kLogDoubleLanes && Ord == LogOrder::NoFlat) {
+        // Without a flat factor the slack is 0 where the argument, a base value of at most 29 bits
+        // times a single, is exact in double; else every element takes the extended logarithm.
+        if (slack == 0.0) {
+            const LogReach reach = ReachOf(0.0);
+            LogVectors<Ord, T, false, 4>(v, flat, gain, n, reach, i);
+            LogVectors<Ord, T, false, 1>(v, flat, gain, n, reach, i);
+        }
     }
     for (; i < n; ++i) v[i] = StoredLog<T>(Log10Extended(LogArgument<Ord>(v[i], flat, gain, i)));
 }
