@@ -89,11 +89,16 @@ inline constexpr LogBound kLogBound{3.49e-14, 12, 0x1p-33, 0x1p-10, uint64_t{1} 
 #if QM_VECTOR_BYTES == 64
 // log10 of lanes holding positive finite doubles, within 2^-39 |log10(x)| (other lanes give
 // values of no meaning).
-QM_INLINE VD Log10Lanes(VD x) noexcept {
+// The reduction both AVX-512 evaluations share: x = 2^e m with m in [0.75, 1.5) (getmant, getexp),
+// the entry i from the significand's top four bits, and its k_i.
+struct LogReduction {
+    __m512d m, e;
+    __m512i index;  // the permutes read the low four bits of each lane: the significand's top four
+    __m512d k;
+};
+QM_INLINE LogReduction ReduceLog(VD x) noexcept {
     const __m512d xd = reinterpret_cast<__m512d>(x);
     const __m512d m = _mm512_getmant_pd(xd, _MM_MANT_NORM_p75_1p5, _MM_MANT_SIGN_zero);
-    const __m512d e = _mm512_getexp_pd(xd);
-    // The permutes read the low four bits of each index lane: the significand's top four.
     const __m512i index = _mm512_srli_epi64(reinterpret_cast<__m512i>(m), 48);
     const __m512d kLow =
         _mm512_setr_pd(1.0, 0x1.d41d41d41d41dp-1, 0x1.bacf914c1bad0p-1, 0x1.a41a41a41a41ap-1, 0x1.8f9c18f9c18fap-1,
@@ -101,13 +106,17 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
     const __m512d kHigh =
         _mm512_setr_pd(0x1.4e5e0a72f0539p+0, 0x1.4141414141414p+0, 0x1.3521cfb2b78c1p+0, 0x1.29e4129e4129ep+0,
                        0x1.1f7047dc11f70p+0, 0x1.15b1e5f75270dp+0, 0x1.0c9714fbcda3bp+0, 1.0);
+    return {m, _mm512_getexp_pd(xd), index, _mm512_permutex2var_pd(kLow, index, kHigh)};
+}
+
+QM_INLINE VD Log10Lanes(VD x) noexcept {
+    const auto [m, e, index, k] = ReduceLog(x);
     const __m512d tLow =
         _mm512_setr_pd(0.0, 0x1.3ed1199a5e427p-5, 0x1.02428c1f08014p-4, 0x1.5fe80488af4fep-4, 0x1.b8de4d3ab3d97p-4,
                        0x1.06cbd67a6c3b7p-3, 0x1.2f3b691c5a000p-3, 0x1.55e8c518b10f9p-3);
     const __m512d tHigh =
         _mm512_setr_pd(0x1.7af97358b9e05p-3, 0x1.9e8e7b0c0d4bep-3, 0x1.c0c5134610e27p-3, 0x1.e1b733b0c7382p-3,
                        0x1.00be05b217845p-2, 0x1.1014319e661bdp-2, 0x1.1ee777e5f0dc3p-2, 0x1.34413509f79ffp-2);
-    const __m512d k = _mm512_permutex2var_pd(kLow, index, kHigh);
     const __m512d t = _mm512_permutex2var_pd(tLow, index, tHigh);
     const VD r = reinterpret_cast<VD>(_mm512_fmsub_pd(m, k, _mm512_set1_pd(1.0)));
     // log10(e) (-1)^(j+1) / j for j = 9 down to 1.
@@ -191,18 +200,9 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
 //   logarithm, as are arguments that are not positive normal doubles.
 inline constexpr bool kLogDoubleLanes = true;
 QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
-    const __m512d xd = reinterpret_cast<__m512d>(x);
-    const __m512d md = _mm512_getmant_pd(xd, _MM_MANT_NORM_p75_1p5, _MM_MANT_SIGN_zero);
-    const __m512i index = _mm512_srli_epi64(reinterpret_cast<__m512i>(md), 48);
+    const auto [md, exponent, index, kd] = ReduceLog(x);
     const __mmask8 belowOne = _mm512_cmp_pd_mask(md, _mm512_set1_pd(1.0), _CMP_LT_OQ);
-    const __m512d exponent = _mm512_getexp_pd(xd);
     const VD e = reinterpret_cast<VD>(_mm512_mask_add_pd(exponent, belowOne, exponent, _mm512_set1_pd(1.0)));
-    const __m512d kLow =
-        _mm512_setr_pd(1.0, 0x1.d41d41d41d41dp-1, 0x1.bacf914c1bad0p-1, 0x1.a41a41a41a41ap-1, 0x1.8f9c18f9c18fap-1,
-                       0x1.7d05f417d05f4p-1, 0x1.6c16c16c16c17p-1, 0x1.5c9882b931057p-1);
-    const __m512d kHigh =
-        _mm512_setr_pd(0x1.4e5e0a72f0539p+0, 0x1.4141414141414p+0, 0x1.3521cfb2b78c1p+0, 0x1.29e4129e4129ep+0,
-                       0x1.1f7047dc11f70p+0, 0x1.15b1e5f75270dp+0, 0x1.0c9714fbcda3bp+0, 1.0);
     // T'_i = log10(1 / k_i) as a pair of doubles.
     const __m512d tHighLow =
         _mm512_setr_pd(0.0, 0x1.3ed1199a5e427p-5, 0x1.02428c1f08014p-4, 0x1.5fe80488af4fep-4, 0x1.b8de4d3ab3d97p-4,
@@ -216,7 +216,6 @@ QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
     const __m512d tLowHigh =
         _mm512_setr_pd(0x1.31af4b2b29f75p-58, -0x1.c9e0d5b0608eep-60, 0x1.75ae196b7ad7bp-58, -0x1.a43f8a0fac876p-59,
                        -0x1.b8bd51f759890p-59, -0x1.0a0a677b7a057p-60, 0x1.c6f9416c363a8p-60, 0.0);
-    const __m512d kd = _mm512_permutex2var_pd(kLow, index, kHigh);
     const VD k = reinterpret_cast<VD>(kd);
     const VD th = reinterpret_cast<VD>(_mm512_permutex2var_pd(tHighLow, index, tHighHigh));
     const VD tl = reinterpret_cast<VD>(_mm512_permutex2var_pd(tLowLow, index, tLowHigh));
