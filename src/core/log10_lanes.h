@@ -89,6 +89,31 @@ inline constexpr LogBound kLogBound{3.49e-14, 12, 0x1p-33, 0x1p-10, uint64_t{1} 
 #if QM_VECTOR_BYTES == 64
 // log10 of lanes holding positive finite doubles, within 2^-39 |log10(x)| (other lanes give
 // values of no meaning).
+// log10(e) (-1)^(j+1) / j rounded to double, for j = 1 to 15: the series of log10(1 + r).
+inline constexpr double kLogSeries[16] = {0.0,
+                                          0x1.bcb7b1526e50ep-2,
+                                          -0x1.bcb7b1526e50ep-3,
+                                          0x1.287a7636f435fp-3,
+                                          -0x1.bcb7b1526e50ep-4,
+                                          0x1.63c62775250d8p-4,
+                                          -0x1.287a7636f435fp-4,
+                                          0x1.fc3fa615105c7p-5,
+                                          -0x1.bcb7b1526e50ep-5,
+                                          0x1.8b4df2f3f047ep-5,
+                                          -0x1.63c62775250d8p-5,
+                                          0x1.436e526a7ec67p-5,
+                                          -0x1.287a7636f435fp-5,
+                                          0x1.11ac1e5a1c809p-5,
+                                          -0x1.fc3fa615105c7p-6,
+                                          0x1.da5d89f186bcbp-6};
+// C_from + C_(from+1) r + ... + C_to r^(to - from), by Horner with fused steps.
+template <int kFrom, int kTo> QM_INLINE VD LogSeries(VD r) noexcept {
+    VD h = SplatVD(kLogSeries[kTo]);
+#pragma GCC unroll 16
+    for (int j = kTo - 1; j >= kFrom; --j) h = MulAdd(h, r, SplatVD(kLogSeries[j]));
+    return h;
+}
+
 // The reduction both AVX-512 evaluations share: x = 2^e m with m in [0.75, 1.5) (getmant, getexp),
 // the entry i from the significand's top four bits, and its k_i.
 struct LogReduction {
@@ -119,16 +144,7 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
                        0x1.00be05b217845p-2, 0x1.1014319e661bdp-2, 0x1.1ee777e5f0dc3p-2, 0x1.34413509f79ffp-2);
     const __m512d t = _mm512_permutex2var_pd(tLow, index, tHigh);
     const VD r = reinterpret_cast<VD>(_mm512_fmsub_pd(m, k, _mm512_set1_pd(1.0)));
-    // log10(e) (-1)^(j+1) / j for j = 9 down to 1.
-    VD h = SplatVD(0x1.8b4df2f3f047ep-5);
-    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-5));
-    h = MulAdd(h, r, SplatVD(0x1.fc3fa615105c7p-5));
-    h = MulAdd(h, r, SplatVD(-0x1.287a7636f435fp-4));
-    h = MulAdd(h, r, SplatVD(0x1.63c62775250d8p-4));
-    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-4));
-    h = MulAdd(h, r, SplatVD(0x1.287a7636f435fp-3));
-    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-3));
-    h = MulAdd(h, r, SplatVD(0x1.bcb7b1526e50ep-2));
+    const VD h = LogSeries<1, 9>(r);
     const VD head = reinterpret_cast<VD>(_mm512_fmadd_pd(e, _mm512_set1_pd(0x1.34413509f79ffp-2), t));
     return head + h * r;
 }
@@ -227,19 +243,7 @@ QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
     const VD a = r * kC1High, ae = MulAdd(r, SplatVD(kC1High), -a);
     const VD s = r * r, se = MulAdd(r, r, -s);
     const VD b = s * (-0.5 * kC1High), be = MulAdd(s, SplatVD(-0.5 * kC1High), -b);
-    VD h = SplatVD(0x1.da5d89f186bcbp-6);
-    h = MulAdd(h, r, SplatVD(-0x1.fc3fa615105c7p-6));
-    h = MulAdd(h, r, SplatVD(0x1.11ac1e5a1c809p-5));
-    h = MulAdd(h, r, SplatVD(-0x1.287a7636f435fp-5));
-    h = MulAdd(h, r, SplatVD(0x1.436e526a7ec67p-5));
-    h = MulAdd(h, r, SplatVD(-0x1.63c62775250d8p-5));
-    h = MulAdd(h, r, SplatVD(0x1.8b4df2f3f047ep-5));
-    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-5));
-    h = MulAdd(h, r, SplatVD(0x1.fc3fa615105c7p-5));
-    h = MulAdd(h, r, SplatVD(-0x1.287a7636f435fp-4));
-    h = MulAdd(h, r, SplatVD(0x1.63c62775250d8p-4));
-    h = MulAdd(h, r, SplatVD(-0x1.bcb7b1526e50ep-4));
-    h = MulAdd(h, r, SplatVD(0x1.287a7636f435fp-3));
+    const VD h = LogSeries<3, 15>(r);
     const VD rest = MulAdd(s * r, h, MulAdd(se, SplatVD(-0.5 * kC1High), r * kC1Low + s * (-0.5 * kC1Low))) +
                     (pe * kC1High) * ((1.0 - r) + s);
     // The head, by Fast2Sum steps.
