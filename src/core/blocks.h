@@ -33,6 +33,8 @@ struct Kernels {
     StoreFn store[9];
     // The low bits of int32 values into integer elements (null for float types).
     StoreIntFn storeInt[9];
+    // n bytes with streaming stores of the set's widest register (core/stream.h's StreamCopy).
+    void (*streamCopy)(unsigned char* dst, const unsigned char* src, size_t n) noexcept;
 };
 
 QM_FAMILY_TABLES(Kernels);

@@ -3,10 +3,10 @@
 
 #include <emmintrin.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <cstring>
+
+#include "core/blocks.h"
 
 #if defined(__linux__) || defined(__unix__)
 #include <unistd.h>
@@ -35,13 +35,7 @@ void SetStreamingThreshold(size_t bytes) noexcept {
 }
 
 void StreamCopy(unsigned char* dst, const unsigned char* src, size_t n) noexcept {
-    const size_t head = std::min(n, static_cast<size_t>((16 - reinterpret_cast<uintptr_t>(dst) % 16) % 16));
-    std::memcpy(dst, src, head);
-    size_t i = head;
-    for (; i + 16 <= n; i += 16)
-        _mm_stream_si128(reinterpret_cast<__m128i*>(dst + i),
-                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)));
-    std::memcpy(dst + i, src + i, n - i);
+    blocks::kTables.Active().streamCopy(dst, src, n);
 }
 
 void StreamFence() noexcept { _mm_sfence(); }
