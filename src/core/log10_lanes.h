@@ -8,8 +8,8 @@
 // log10(x); when every value within that distance stores the same element (the same single, the
 // same truncation), so does Log10Extended(x), and y is stored. Lanes the bound cannot settle, and
 // arguments the evaluation does not take, go to Log10Extended one by one. A double destination
-// needs more digits than a double holds: AVX-512 evaluates it as a pair of doubles (below), the
-// other sets send every lane of it to Log10Extended.
+// needs more digits than a double holds: AVX-512 and AVX2 evaluate it as a pair of doubles
+// (below), SSE2 sends every lane of it to Log10Extended.
 //
 // Two evaluations, one per kind of set; each has its bound B (|y - log10(x)| <= B |log10(x)|)
 // and takes its reach from it (LogBound below).
@@ -86,9 +86,57 @@ inline constexpr LogBound kLogBound{0x1p-39, 17, 0x1p-27, 0x1p-15, uint64_t{1} <
 inline constexpr LogBound kLogBound{3.49e-14, 12, 0x1p-33, 0x1p-10, uint64_t{1} << 52};
 #endif
 
-#if QM_VECTOR_BYTES == 64
-// log10 of lanes holding positive finite doubles, within 2^-39 |log10(x)| (other lanes give
-// values of no meaning).
+// The table of 16 (see above): k_i near 1 / m, and T'_i = log10(1 / k_i) as a pair of doubles
+// (high, low), for the double evaluations.
+alignas(64) inline constexpr double kLogK[16] = {1.0,
+                                                 0x1.d41d41d41d41dp-1,
+                                                 0x1.bacf914c1bad0p-1,
+                                                 0x1.a41a41a41a41ap-1,
+                                                 0x1.8f9c18f9c18fap-1,
+                                                 0x1.7d05f417d05f4p-1,
+                                                 0x1.6c16c16c16c17p-1,
+                                                 0x1.5c9882b931057p-1,
+                                                 0x1.4e5e0a72f0539p+0,
+                                                 0x1.4141414141414p+0,
+                                                 0x1.3521cfb2b78c1p+0,
+                                                 0x1.29e4129e4129ep+0,
+                                                 0x1.1f7047dc11f70p+0,
+                                                 0x1.15b1e5f75270dp+0,
+                                                 0x1.0c9714fbcda3bp+0,
+                                                 1.0};
+alignas(64) inline constexpr double kLogTHigh[16] = {0.0,
+                                                     0x1.3ed1199a5e427p-5,
+                                                     0x1.02428c1f08014p-4,
+                                                     0x1.5fe80488af4fep-4,
+                                                     0x1.b8de4d3ab3d97p-4,
+                                                     0x1.06cbd67a6c3b7p-3,
+                                                     0x1.2f3b691c5a000p-3,
+                                                     0x1.55e8c518b10f9p-3,
+                                                     -0x1.db11ed766abf2p-4,
+                                                     -0x1.93e7de0fc3e7fp-4,
+                                                     -0x1.4f7aad9bbcbaep-4,
+                                                     -0x1.0d966cc6500f8p-4,
+                                                     -0x1.9c197abf00dd3p-5,
+                                                     -0x1.21681b5c8c213p-5,
+                                                     -0x1.559bd2406c3c1p-6,
+                                                     0.0};
+alignas(64) inline constexpr double kLogTLow[16] = {0.0,
+                                                    -0x1.0786157f83bddp-62,
+                                                    0x1.6da08b50eed6bp-59,
+                                                    -0x1.039f94805daaep-58,
+                                                    -0x1.00b1b6ca31ffbp-59,
+                                                    -0x1.d041131768d18p-57,
+                                                    0x1.2aacd09e444c0p-58,
+                                                    -0x1.13e33703cdd4fp-57,
+                                                    0x1.31af4b2b29f75p-58,
+                                                    -0x1.c9e0d5b0608eep-60,
+                                                    0x1.75ae196b7ad7bp-58,
+                                                    -0x1.a43f8a0fac876p-59,
+                                                    -0x1.b8bd51f759890p-59,
+                                                    -0x1.0a0a677b7a057p-60,
+                                                    0x1.c6f9416c363a8p-60,
+                                                    0.0};
+
 // log10(e) (-1)^(j+1) / j rounded to double, for j = 1 to 15: the series of log10(1 + r).
 inline constexpr double kLogSeries[16] = {0.0,
                                           0x1.bcb7b1526e50ep-2,
@@ -114,6 +162,9 @@ template <int kFrom, int kTo> QM_INLINE VD LogSeries(VD r) noexcept {
     return h;
 }
 
+#if QM_VECTOR_BYTES == 64
+// log10 of lanes holding positive finite doubles, within 2^-39 |log10(x)| (other lanes give
+// values of no meaning).
 // The reduction both AVX-512 evaluations share: x = 2^e m with m in [0.75, 1.5) (getmant, getexp),
 // the entry i from the significand's top four bits, and its k_i.
 struct LogReduction {
@@ -125,13 +176,8 @@ QM_INLINE LogReduction ReduceLog(VD x) noexcept {
     const __m512d xd = reinterpret_cast<__m512d>(x);
     const __m512d m = _mm512_getmant_pd(xd, _MM_MANT_NORM_p75_1p5, _MM_MANT_SIGN_zero);
     const __m512i index = _mm512_srli_epi64(reinterpret_cast<__m512i>(m), 48);
-    const __m512d kLow =
-        _mm512_setr_pd(1.0, 0x1.d41d41d41d41dp-1, 0x1.bacf914c1bad0p-1, 0x1.a41a41a41a41ap-1, 0x1.8f9c18f9c18fap-1,
-                       0x1.7d05f417d05f4p-1, 0x1.6c16c16c16c17p-1, 0x1.5c9882b931057p-1);
-    const __m512d kHigh =
-        _mm512_setr_pd(0x1.4e5e0a72f0539p+0, 0x1.4141414141414p+0, 0x1.3521cfb2b78c1p+0, 0x1.29e4129e4129ep+0,
-                       0x1.1f7047dc11f70p+0, 0x1.15b1e5f75270dp+0, 0x1.0c9714fbcda3bp+0, 1.0);
-    return {m, _mm512_getexp_pd(xd), index, _mm512_permutex2var_pd(kLow, index, kHigh)};
+    return {m, _mm512_getexp_pd(xd), index,
+            _mm512_permutex2var_pd(_mm512_load_pd(kLogK), index, _mm512_load_pd(kLogK + 8))};
 }
 
 QM_INLINE VD Log10Lanes(VD x) noexcept {
@@ -176,12 +222,14 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
 }
 #endif
 
-#if QM_VECTOR_BYTES == 64
-// Doubles (AVX-512). A double destination keeps every bit of the logarithm, so the lanes evaluate
-// it as an unevaluated sum s + low of about 2^-62 relative error, and their rounding z is stored
-// where no value within the reach of s + low rounds to another double; the other lanes go to the
-// extended logarithm. The reduction is the one above, with the exponent E' = E + 1 for m < 1 in
-// place of log10(2) inside the table, so that T'_i = log10(1 / k_i) and T'_0 = T'_15 = 0:
+#if QM_VECTOR_BYTES >= 32
+// Doubles (AVX-512 and AVX2, both with fused steps). A double destination keeps every bit of the
+// logarithm, so the lanes evaluate it as an unevaluated sum s + low of about 2^-62 relative error,
+// and their rounding z is stored where no value within the reach of s + low rounds to another
+// double; the other lanes go to the extended logarithm. The reduction is AVX-512's above (AVX2
+// takes the same m, E and i from the bits, and the entries by gathers), with the exponent E' = E +
+// 1 for m < 1 in place of log10(2) inside the table, so that T'_i = log10(1 / k_i) and T'_0 =
+// T'_15 = 0:
 //   p = m k_i and its exact rest pe (one fused step); r = p - 1, exact (p in [0.96, 1.07], Sterbenz);
 //       1 + r + pe = m k_i exactly, |r| < 1/16 (i = 0), <= 1/32 (i = 15), <= 0.0286 + 2^-52
 //       elsewhere; pe = 0 where k_i = 1, else |pe| <= 2^-53.
@@ -215,27 +263,38 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
 //   1) and z a power of two (the midpoint below it is half as far) are left to the extended
 //   logarithm, as are arguments that are not positive normal doubles.
 inline constexpr bool kLogDoubleLanes = true;
+// m (in [0.75, 1.5)), E', k_i and T'_i (high, low) of each lane.
+struct DoubleReduction {
+    VD m, e, k, th, tl;
+};
+#if QM_VECTOR_BYTES == 64
+QM_INLINE DoubleReduction ReduceDouble(VD x) noexcept {
+    const auto [m, exponent, index, k] = ReduceLog(x);
+    const __mmask8 belowOne = _mm512_cmp_pd_mask(m, _mm512_set1_pd(1.0), _CMP_LT_OQ);
+    const __m512d e = _mm512_mask_add_pd(exponent, belowOne, exponent, _mm512_set1_pd(1.0));
+    const __m512d th = _mm512_permutex2var_pd(_mm512_load_pd(kLogTHigh), index, _mm512_load_pd(kLogTHigh + 8));
+    const __m512d tl = _mm512_permutex2var_pd(_mm512_load_pd(kLogTLow), index, _mm512_load_pd(kLogTLow + 8));
+    return {reinterpret_cast<VD>(m), reinterpret_cast<VD>(e), reinterpret_cast<VD>(k), reinterpret_cast<VD>(th),
+            reinterpret_cast<VD>(tl)};
+}
+#else
+// From the bits of x (a positive normal double): E and M in [1, 2), i the top four bits of M's
+// fraction; m = M, E' = E for i < 8, m = M / 2, E' = E + 1 from 8 on; the entries by gathers.
+QM_INLINE DoubleReduction ReduceDouble(VD x) noexcept {
+    const VU64 bits = reinterpret_cast<VU64>(x);
+    const VU64 index = (bits >> 48) & 15;
+    const VU64 upper = index >> 3;  // 1 where m = M / 2
+    const VU64 biased = (bits >> 52) + upper;
+    const VD e = reinterpret_cast<VD>(biased | 0x4330000000000000ull) - (0x1p52 + 1023.0);
+    const VD m = reinterpret_cast<VD>((bits & 0x000FFFFFFFFFFFFFull) | (0x3FF0000000000000ull - (upper << 52)));
+    const __m256i i = reinterpret_cast<__m256i>(index);
+    return {m, e, reinterpret_cast<VD>(_mm256_i64gather_pd(kLogK, i, 8)),
+            reinterpret_cast<VD>(_mm256_i64gather_pd(kLogTHigh, i, 8)),
+            reinterpret_cast<VD>(_mm256_i64gather_pd(kLogTLow, i, 8))};
+}
+#endif
 QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
-    const auto [md, exponent, index, kd] = ReduceLog(x);
-    const __mmask8 belowOne = _mm512_cmp_pd_mask(md, _mm512_set1_pd(1.0), _CMP_LT_OQ);
-    const VD e = reinterpret_cast<VD>(_mm512_mask_add_pd(exponent, belowOne, exponent, _mm512_set1_pd(1.0)));
-    // T'_i = log10(1 / k_i) as a pair of doubles.
-    const __m512d tHighLow =
-        _mm512_setr_pd(0.0, 0x1.3ed1199a5e427p-5, 0x1.02428c1f08014p-4, 0x1.5fe80488af4fep-4, 0x1.b8de4d3ab3d97p-4,
-                       0x1.06cbd67a6c3b7p-3, 0x1.2f3b691c5a000p-3, 0x1.55e8c518b10f9p-3);
-    const __m512d tHighHigh =
-        _mm512_setr_pd(-0x1.db11ed766abf2p-4, -0x1.93e7de0fc3e7fp-4, -0x1.4f7aad9bbcbaep-4, -0x1.0d966cc6500f8p-4,
-                       -0x1.9c197abf00dd3p-5, -0x1.21681b5c8c213p-5, -0x1.559bd2406c3c1p-6, 0.0);
-    const __m512d tLowLow =
-        _mm512_setr_pd(0.0, -0x1.0786157f83bddp-62, 0x1.6da08b50eed6bp-59, -0x1.039f94805daaep-58,
-                       -0x1.00b1b6ca31ffbp-59, -0x1.d041131768d18p-57, 0x1.2aacd09e444c0p-58, -0x1.13e33703cdd4fp-57);
-    const __m512d tLowHigh =
-        _mm512_setr_pd(0x1.31af4b2b29f75p-58, -0x1.c9e0d5b0608eep-60, 0x1.75ae196b7ad7bp-58, -0x1.a43f8a0fac876p-59,
-                       -0x1.b8bd51f759890p-59, -0x1.0a0a677b7a057p-60, 0x1.c6f9416c363a8p-60, 0.0);
-    const VD k = reinterpret_cast<VD>(kd);
-    const VD th = reinterpret_cast<VD>(_mm512_permutex2var_pd(tHighLow, index, tHighHigh));
-    const VD tl = reinterpret_cast<VD>(_mm512_permutex2var_pd(tLowLow, index, tLowHigh));
-    const VD m = reinterpret_cast<VD>(md);
+    const auto [m, e, k, th, tl] = ReduceDouble(x);
     const VD p = m * k;
     const VD pe = MulAdd(m, k, -p);
     const VD r = p - 1.0;
@@ -258,10 +317,7 @@ QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
     const VU64 zb = reinterpret_cast<VU64>(z);
     const VD half = reinterpret_cast<VD>((zb & uint64_t{0x7FF0000000000000}) - (uint64_t{53} << 52));
     const VD magnitude = reinterpret_cast<VD>(zb & uint64_t{0x7FFFFFFFFFFFFFFF});
-    const __mmask8 seriesAlone = _mm512_mask_cmp_pd_mask(_mm512_cmp_pd_mask(kd, _mm512_set1_pd(1.0), _CMP_EQ_OQ),
-                                                         reinterpret_cast<__m512d>(e), _mm512_setzero_pd(), _CMP_EQ_OQ);
-    const VD reach =
-        reinterpret_cast<VD>(_mm512_mask_blend_pd(seriesAlone, _mm512_set1_pd(0x1p-61), _mm512_set1_pd(0x1p-59)));
+    const VD reach = (k == 1.0 && e == 0.0) ? SplatVD(0x1p-59) : SplatVD(0x1p-61);
     const VD absD = reinterpret_cast<VD>(reinterpret_cast<VU64>(d) & uint64_t{0x7FFFFFFFFFFFFFFF});
     const VD room = half - MulAdd(magnitude, reach, absD);
     const VU64 xb = reinterpret_cast<VU64>(x);
