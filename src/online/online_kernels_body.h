@@ -97,6 +97,13 @@ QM_INLINE VW ColourMeanWide(const unsigned char* p) noexcept {
     return _mm256_srli_epi32(MulW(t, SplatW(10923)), 16);
 #endif
 }
+// The same for the last kWide pixels before the end of what the caller gave (a block's last step),
+// read from a copy with room for the loads' reach.
+QM_INLINE VW ColourMeanWideAtEnd(const unsigned char* p) noexcept {
+    unsigned char copy[3 * (kWide + kColourSlack)] = {};
+    std::memcpy(copy, p, 3 * kWide);
+    return ColourMeanWide(copy);
+}
 #else
 inline constexpr bool kVectorColour = false;
 inline constexpr size_t kColourSlack = 0;
@@ -124,13 +131,17 @@ void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned ch
     if constexpr (std::is_integral_v<D> && kWideReader<Id>) {
         // Integer outputs take the 32-bit patterns: their low bits are the stored element's.
         constexpr size_t kSlack = Id == ReaderId::ColourMean ? kColourSlack : 0;
-        for (; i + kWide + kSlack <= n; i += kWide) {
-            VW v = PixelsWide<Id>(src + i * kPixel);
+        const auto step = [=](size_t i, VW v) QM_LAMBDA_INLINE {
             if constexpr (Dk == DarkRule::Wrap) v = SubW(v, LoadW(dark + i));
             unsigned char* p = out + i * sizeof(D);
             if constexpr (kAcc) v = AddW(LoadWide<D>(p), v);
             StoreWide<D>(p, v);
-        }
+        };
+        for (; i + kWide + kSlack <= n; i += kWide) step(i, PixelsWide<Id>(src + i * kPixel));
+#if QM_VECTOR_BYTES >= 32
+        if constexpr (Id == ReaderId::ColourMean)
+            if (n - i >= kWide) step(i, ColourMeanWideAtEnd(src + i * kPixel)), i += kWide;
+#endif
     } else if constexpr (!std::is_integral_v<D> && kVectorReader<Id>) {
         for (; i + kLanes <= n; i += kLanes) {
             VI s = LoadInt<Word<Id>>(src + i * kPixel);
@@ -236,11 +247,14 @@ void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
     };
     size_t i = 0;
     if constexpr (Id == ReaderId::ColourMean) {
-        for (; i + kWide + kColourSlack <= n; i += kWide) {
-            const VW means = PixelsWide<Id>(src + 3 * i);
+        const auto step = [&](size_t i, VW means) QM_LAMBDA_INLINE {
             lanes(i, LowHalf(means));
             lanes(i + kLanes, HighHalf(means));
-        }
+        };
+        for (; i + kWide + kColourSlack <= n; i += kWide) step(i, PixelsWide<Id>(src + 3 * i));
+#if QM_VECTOR_BYTES >= 32
+        if (n - i >= kWide) step(i, ColourMeanWideAtEnd(src + 3 * i)), i += kWide;
+#endif
     } else {
         for (; i + kLanes <= n; i += kLanes) lanes(i, LoadInt<Word<Id>>(src + i * sizeof(Word<Id>)));
     }
