@@ -11,7 +11,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/element_types.h"
@@ -62,13 +64,18 @@ const Case kCases[] = {
 };
 // clang-format on
 
-// The exact result of op on every value of the source type (lowest first), truncated toward zero.
-std::vector<int64_t> ModelValues(int32_t srcType, int32_t op, double a) {
+// The exact result of op on every value of the source type (lowest first), truncated toward zero;
+// computed once for all instruction sets.
+const std::vector<int64_t>& ModelValues(int32_t srcType, const Case& k) {
+    static std::map<std::pair<int32_t, const Case*>, std::vector<int64_t>> cache;
+    std::vector<int64_t>& out = cache[{srcType, &k}];
+    if (!out.empty()) return out;
     const int bits = 8 * static_cast<int>(qm::ElementSize(srcType));
     const bool isSigned = srcType == qm::kI8 || srcType == qm::kI16;
     const int64_t count = int64_t{1} << bits, low = isSigned ? -count / 2 : 0;
-    std::vector<int64_t> out(static_cast<size_t>(count));
-    const mpq_class c(a);
+    out.resize(static_cast<size_t>(count));
+    const int32_t op = k.op;
+    const mpq_class c(k.a);
     for (int64_t i = 0; i < count; ++i) {
         const mpq_class x(static_cast<double>(low + i));
         const mpq_class r = op == 501   ? mpq_class(x + c)
@@ -100,7 +107,7 @@ TEST_P(ScalarFloorForm, LargeFramesMatchTheModelWhetherTheFormIsTakenOrNot) {
     qmtest::ScopedIsa use(GetParam().isa);
     int failures = 0;
     for (const Case& c : kCases) {
-        const std::vector<int64_t> model = ModelValues(src, c.op, c.a);
+        const std::vector<int64_t>& model = ModelValues(src, c);
         const bool taken = (c.taken >> src) & 1;
         for (int32_t dst : {qm::kI8, qm::kU8, qm::kI16, qm::kU16, qm::kI32, qm::kU32}) {
             const size_t ds = qm::ElementSize(dst);
