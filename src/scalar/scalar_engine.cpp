@@ -365,7 +365,7 @@ bool IsScalarOperation(int32_t op) noexcept { return op == qmeProcessClip || (op
 }  // namespace
 
 bool UsesFloorForm(int32_t op, int32_t srcType, int32_t dstType, double a, size_t n) noexcept {
-    if (!IsNumericType(dstType) || (op < 501 || op > 504) || srcType == kU32) return false;
+    if (!IsNumericType(srcType) || !IsNumericType(dstType) || op < 501 || op > 504 || srcType == kU32) return false;
     const scalar::Kernels& k = scalar::kTables.Active();
     Plan p = PlanOperation(k, op, srcType, dstType, a, 0.0);
     ChooseFloorForm(k, blocks::kTables.Active(), p, srcType, dstType, n);
