@@ -3,6 +3,7 @@
 // instantiations. An engine selects the destination type, then the operation, and runs one loop.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/status.h"
@@ -26,5 +27,10 @@ inline constexpr ScalarEngineFn ScalarEngineF32 = &ScalarEngine<float>;
 inline constexpr ScalarEngineFn ScalarEngineF64 = &ScalarEngine<double>;
 inline constexpr ScalarEngineFn ScalarEngineU8 = &ScalarEngine<uint8_t>;
 inline constexpr ScalarEngineFn ScalarEngineU16 = &ScalarEngine<uint16_t>;
+
+// Whether a call of op from srcType into dstType with constant A over n elements would run the
+// floor form of integer_form.h under the active instruction set (for tests and benchmarks; the
+// stored elements are the same either way).
+bool UsesFloorForm(int32_t op, int32_t srcType, int32_t dstType, double a, size_t n) noexcept;
 
 }  // namespace qm

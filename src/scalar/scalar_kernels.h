@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "core/cpu.h"
+#include "scalar/integer_form.h"
 
 namespace qm::scalar {
 
@@ -39,6 +40,9 @@ using NarrowFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst
 // Clip and band mask of 8- and 16-bit integer sources, in integer lanes straight into the
 // destination (integers and F32).
 using IntBoundsFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, Constants c) noexcept;
+// 8- and 16-bit integer sources into integer destinations: the floor form of integer_form.h, its
+// low bits stored straight into the destination.
+using FloorFormFn = void (*)(const unsigned char* src, size_t n, unsigned char* dst, const FloorForm& k) noexcept;
 using ExactFn = void (*)(const double* v, size_t n, double a, unsigned char* dst) noexcept;
 // Exact and Exact32 evaluations in vector lanes, straight from the source, into F32 and integers.
 using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsigned char* dst) noexcept;
@@ -59,9 +63,10 @@ struct Kernels {
     DigitsFn digits[9][9];   // [source][destination], integer types only
     IntFormFn intAdd[9][9];  // [source][destination], integer types only
     IntFormFn intMul[9][9];
-    IntBoundsFn bounds[2][9][9];                          // [clip, band][source][destination], where they apply
-    NarrowFn narrow[2][9][9];                             // [divide, reciprocal][source][destination], where they apply
-    ExactFn scaled[static_cast<int>(ExactOp::Count)][9];  // [operation][destination]
+    FloorFormFn floor[9][9];      // [source][destination], 8- and 16-bit sources into integer types
+    IntBoundsFn bounds[2][9][9];  // [clip, band][source][destination], where they apply
+    NarrowFn narrow[2][9][9];     // [divide, reciprocal][source][destination], where they apply
+    ExactFn scaled[static_cast<int>(ExactOp::Count)][9];            // [operation][destination]
     ExactLanesFn lanes[static_cast<int>(ExactOp::Count)][9][2][9];  // [operation][source][Exact, Exact32][destination]
     Log10Fn log10[3];                                               // by LogTarget of the destination
     Log10DirectFn log10Direct[9][9];                                // [source][destination], where it applies

@@ -18,6 +18,7 @@
 #include "scalar/clip_band.h"
 #include "scalar/divide_reciprocal.h"
 #include "scalar/evaluation.h"
+#include "scalar/integer_form.h"
 #include "scalar/log_root.h"
 #include "scalar/multiply.h"
 #include "scalar/scalar_kernels.h"
@@ -199,6 +200,27 @@ void IntegerForm(const unsigned char* src, size_t n, unsigned char* dst, uint32_
                    static_cast<D>(Op::Integer(static_cast<uint32_t>(static_cast<int32_t>(LoadAt<S>(src, i))), c)));
 }
 
+// The floor form of integer_form.h over n elements of S (8 or 16 bits) into elements of D, kWide
+// int32 lanes at a time; the shift is logical for unsigned sources, arithmetic for signed ones.
+template <class S, class D>
+void FloorFormKernel(const unsigned char* src, size_t n, unsigned char* dst, const FloorForm& k) noexcept {
+    typedef uint32_t VU __attribute__((vector_size(QM_VECTOR_BYTES)));
+    const VU a = VU{} + k.a, c = VU{} + k.c, f = VU{} + k.f, b = VU{} + k.b;
+    const int s = k.s;
+    size_t i = 0;
+    for (; i + kWide <= n; i += kWide) {
+        const auto x = reinterpret_cast<VU>(LoadWide<S>(src + i * sizeof(S)));
+        const VU t = x * f + b;
+        VU q;
+        if constexpr (std::is_signed_v<S>)
+            q = reinterpret_cast<VU>(reinterpret_cast<VS>(t) >> s);
+        else
+            q = t >> s;
+        StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(x * a + c + q));
+    }
+    for (; i < n; ++i) StoreAt<D>(dst, i, static_cast<D>(ApplyFloorForm<S>(LoadAt<S>(src, i), k)));
+}
+
 // x / a or 1 / x in singles, kWide elements at a time: truncated into integers, stored as they are
 // into F32.
 template <class S, class D, bool kReciprocal>
@@ -287,6 +309,7 @@ template <class S, class D> constexpr void SetIntegerPair(Kernels& k, int32_t ty
     k.intAdd[type][dstType] = &IntegerForm<S, AddOp, D>;
     k.intMul[type][dstType] = &IntegerForm<S, MulOp, D>;
     if constexpr (sizeof(S) <= 2) {
+        k.floor[type][dstType] = &FloorFormKernel<S, D>;
         k.narrow[0][type][dstType] = &NarrowQuotient<S, D, false>;
         k.narrow[1][type][dstType] = &NarrowQuotient<S, D, true>;
     }
