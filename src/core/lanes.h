@@ -510,6 +510,9 @@ template <class D> QM_INLINE void StoreHalves(unsigned char* p, VH v) noexcept {
 typedef uint64_t VU64 __attribute__((vector_size(QM_VECTOR_BYTES)));
 typedef int64_t VS64 __attribute__((vector_size(QM_VECTOR_BYTES)));
 
+// |v|: the sign bits cleared.
+QM_INLINE VD AbsVD(VD v) noexcept { return reinterpret_cast<VD>(reinterpret_cast<VU64>(v) & 0x7FFFFFFFFFFFFFFFull); }
+
 // a b + c, rounded once where the set has the fused unit (AVX2 and AVX-512), twice on baseline;
 // a caller that needs the single rounding uses it only under __FMA__.
 QM_INLINE VD MulAdd(VD a, VD b, VD c) noexcept {

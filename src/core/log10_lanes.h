@@ -222,6 +222,14 @@ QM_INLINE VD Log10Lanes(VD x) noexcept {
 }
 #endif
 
+// Negative where the bits of x, read as unsigned (they wrap where signed ones would overflow; the
+// sign is the top bit), are not those of an argument the lanes settle: below the set's lowest
+// argument (zero and every negative included) or above the largest double (infinities, NaN).
+QM_INLINE VU64 ArgumentMargin(VD x) noexcept {
+    const VU64 bits = reinterpret_cast<VU64>(x);
+    return (bits - kLogBound.lowestArgument) | (uint64_t{0x7FEFFFFFFFFFFFFF} - bits);
+}
+
 #if QM_VECTOR_BYTES >= 32
 // Doubles (AVX-512 and AVX2, both with fused steps). A double destination keeps every bit of the
 // logarithm, so the lanes evaluate it as an unevaluated sum s + low of about 2^-62 relative error,
@@ -316,13 +324,10 @@ QM_INLINE VD Log10DoubleLanes(VD x, VS64& margin) noexcept {
     // The test: negative where the lane is left open.
     const VU64 zb = reinterpret_cast<VU64>(z);
     const VD half = reinterpret_cast<VD>((zb & uint64_t{0x7FF0000000000000}) - (uint64_t{53} << 52));
-    const VD magnitude = reinterpret_cast<VD>(zb & uint64_t{0x7FFFFFFFFFFFFFFF});
     const VD reach = (k == 1.0 && e == 0.0) ? SplatVD(0x1p-59) : SplatVD(0x1p-61);
-    const VD absD = reinterpret_cast<VD>(reinterpret_cast<VU64>(d) & uint64_t{0x7FFFFFFFFFFFFFFF});
-    const VD room = half - MulAdd(magnitude, reach, absD);
-    const VU64 xb = reinterpret_cast<VU64>(x);
-    margin = reinterpret_cast<VS64>((xb - kLogBound.lowestArgument) | (uint64_t{0x7FEFFFFFFFFFFFFF} - xb) |
-                                    reinterpret_cast<VU64>(room) | ((zb & uint64_t{0x000FFFFFFFFFFFFF}) - 1));
+    const VD room = half - MulAdd(AbsVD(z), reach, AbsVD(d));
+    margin = reinterpret_cast<VS64>(ArgumentMargin(x) | reinterpret_cast<VU64>(room) |
+                                    ((zb & uint64_t{0x000FFFFFFFFFFFFF}) - 1));
     return z;
 }
 #else
@@ -362,8 +367,7 @@ inline LogReach ReachOf(double slack) noexcept {
 //   settles, and y = 0 does without slack.
 template <LogTarget T, bool kSlack> QM_INLINE VS64 LogMargin(VD x, VD y, const LogReach& reach) noexcept {
     // In unsigned lanes, which wrap where signed ones would overflow; the sign is the top bit.
-    const VU64 bits = reinterpret_cast<VU64>(x);
-    VU64 margin = (bits - kLogBound.lowestArgument) | (uint64_t{0x7FEFFFFFFFFFFFFF} - bits);
+    VU64 margin = ArgumentMargin(x);
     const VU64 yb = reinterpret_cast<VU64>(y);
     const VU64 magnitude = yb & uint64_t{0x7FFFFFFFFFFFFFFF};
     if constexpr (T == LogTarget::Single) {

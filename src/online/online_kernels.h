@@ -32,7 +32,8 @@ using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t 
 
 // Frames of word and byte readers with a flat factor (1 for frames without one) and a final stage
 // other than the logarithm: base value, factor, stage and store (or accumulation) in registers;
-// vectors holding a base value of 2^29 or more take the exact product lane by lane.
+// vectors holding a base value of 2^29 or more take the exact product in lanes (lane by lane where
+// an integer output's product reaches 2^52).
 using FlatDirectFn = void (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
                               double b, unsigned char* out) noexcept;
 

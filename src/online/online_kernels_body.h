@@ -171,8 +171,7 @@ void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned ch
 template <Stage St, class D> QM_INLINE bool WideProductLanes(VD v, VD f, double a, double b, VD& x) noexcept {
     const VD p = v * f;
     if constexpr (std::is_integral_v<D> && St != Stage::Threshold) {
-        const VD magnitude = reinterpret_cast<VD>(reinterpret_cast<VU64>(p) & 0x7FFFFFFFFFFFFFFFull);
-        if (!AllOf(magnitude < 0x1p52)) return false;
+        if (!AllOf(AbsVD(p) < 0x1p52)) return false;
     }
     const VD e = St == Stage::None ? VD{} : ProductError(v, f, p);
     const VD value = St == Stage::Threshold ? VD{} : std::is_same_v<D, double> ? p : ProductLanes::ToOdd(v, f);

@@ -50,11 +50,11 @@ using ExactLanesFn = void (*)(const unsigned char* src, size_t n, double a, unsi
 // turns into the stored logarithm (0 for values not positive); true when some value was not
 // positive.
 using Log10Fn = bool (*)(double* v, size_t n) noexcept;
-// 505 from 8- and 16-bit sources into singles through the table of every result (log_root.h);
-// true when some element was not positive.
 // 505 from I32, F32 and F64 sources straight into F32, 32-bit integer and (where the set has double
 // lanes) F64 destinations; true when some element was not positive.
 using Log10DirectFn = bool (*)(const unsigned char* src, size_t n, unsigned char* dst) noexcept;
+// 505 from 8- and 16-bit sources into singles through the table of every result (log_root.h);
+// true when some element was not positive.
 using Log10GatherFn = bool (*)(const float* table, const unsigned char* src, size_t n, unsigned char* dst) noexcept;
 
 struct Kernels {

@@ -103,8 +103,9 @@ template <class D> constexpr LogTarget kLogTargetOf = std::is_same_v<D, float>  
                                                                                   : LogTarget::Integer;
 
 // 505 from a wide source (I32, F32, F64) straight into F32, 32-bit integers or (where the set has
-// double lanes) F64, G vectors to a decision, with no block of doubles between. Each element is written after its own
-// source element and those before it are read, which every layout the engine runs in blocks allows.
+// double lanes) F64, G vectors to a decision, with no block of doubles between. Each element is
+// written after its own source element and those before it are read, which every layout the
+// engine runs in blocks allows.
 template <class S, class D, size_t G> QM_INLINE void Log10DirectVectors(const unsigned char* src, size_t n,
                                                                         unsigned char* dst, size_t& i,
                                                                         bool& failed) noexcept {
