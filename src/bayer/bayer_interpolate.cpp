@@ -236,37 +236,50 @@ template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) 
     }
 }
 
-// The interior of row i by a vector kernel: `runs` runs from column 1, then one more that ends at
-// column W - 2 and overlaps the last (writing the same bytes again), so that no interior column is
-// left over. `kernel` holds the kernel for runs from an odd column and the one for runs from an even
-// column (the row's layout with its columns' parities swapped). Returns W - 1, the first column
-// not written.
+// The interior of row i by a vector kernel, in runs of `width` columns that cover columns 1 to
+// W - 2: the runs start where the row's samples meet a 64-byte boundary, so that each run reads
+// whole cache lines (and, when the destination's rows are aligned too, writes them), with runs from
+// column 1 up to there before them and one that ends at column W - 2 after them; these overlap
+// their neighbours by less than a run and write the same bytes again. `kernel` holds the kernel
+// for runs from an odd column and the one for runs from an even column (the row's layout with its
+// columns' parities swapped). Returns W - 1, the first column not written.
 template <class Kernel, class Sample, class Channels>
-QM_INLINE int64_t VectorColumns(const Kernel (&kernel)[2], const Mosaic<Sample>& m, int64_t i, int64_t runs,
-                                int64_t width, uint8_t* out, const Channels& channels) noexcept {
+QM_INLINE int64_t VectorColumns(const Kernel (&kernel)[2], const Mosaic<Sample>& m, int64_t i, int64_t width,
+                                uint8_t* out, const Channels& channels) noexcept {
     const Sample *p = m.RowAddress(i - 1), *c = m.RowAddress(i), *n = m.RowAddress(i + 1);
-    kernel[0](p, c, n, runs, out, channels);
     const int64_t w = m.width;
-    if (const int64_t from = w - 1 - width; 1 + runs * width < w - 1) {
-        const int64_t shift = from - 1;  // the kernels start at column 1 of what they are given
-        kernel[from % 2 == 0](p + shift, c + shift, n + shift, 1, out + 3 * shift, channels);
+    // Runs of `count` from column `from` (the kernels start at column 1 of what they are given).
+    const auto runs = [&](int64_t from, int64_t count) noexcept {
+        const int64_t shift = from - 1;
+        kernel[from % 2 == 0](p + shift, c + shift, n + shift, count, out + 3 * shift, channels);
+    };
+    const uintptr_t misaligned = reinterpret_cast<uintptr_t>(c + 1) % 64;
+    int64_t from = 1;
+    if (misaligned != 0 && misaligned % sizeof(Sample) == 0) {
+        if (const int64_t aligned = 1 + static_cast<int64_t>((64 - misaligned) / sizeof(Sample));
+            aligned + width <= w - 1) {
+            runs(1, (aligned - 1 + width - 1) / width);
+            from = aligned;
+        }
     }
+    const int64_t count = (w - 1 - from) / width;
+    runs(from, count);
+    if (from + count * width < w - 1) runs(w - 1 - width, 1);
     return w - 1;
 }
 
-// The interior of row i by the vector kernel the call chose, `runs` runs of it: returns the first
-// column not written (1 when there is no kernel).
-template <class Sample>
-QM_INLINE int64_t VectorInterior(const Job<Sample>& job, int64_t i, int64_t runs, uint8_t* out) noexcept {
+// The interior of row i by the vector kernel the call chose: returns the first column not written
+// (1 when there is no kernel).
+template <class Sample> QM_INLINE int64_t VectorInterior(const Job<Sample>& job, int64_t i, uint8_t* out) noexcept {
     const int parity = static_cast<int>(i % 2);
     const Mosaic<Sample>& m = job.mosaic;
     if constexpr (std::is_same_v<Sample, uint8_t>)
         if (job.byteRow[parity][0] != nullptr)
-            return VectorColumns(job.byteRow[parity], m, i, runs, job.vectorWidth, out, job.tables);
+            return VectorColumns(job.byteRow[parity], m, i, job.vectorWidth, out, job.tables);
     if (job.fixedRow[parity][0] != nullptr)
-        return VectorColumns(job.fixedRow[parity], m, i, runs, job.vectorWidth, out, job.fixed);
+        return VectorColumns(job.fixedRow[parity], m, i, job.vectorWidth, out, job.fixed);
     if (job.vectorRow[parity][0] != nullptr)
-        return VectorColumns(job.vectorRow[parity], m, i, runs, job.vectorWidth, out, job.channels);
+        return VectorColumns(job.vectorRow[parity], m, i, job.vectorWidth, out, job.channels);
     return 1;
 }
 
@@ -280,15 +293,15 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     FirstRow(job);
     out += 3 * perRow;
 
-    // The vector kernel takes whole runs of interior columns from column 1; the edge columns and
-    // the interior's remainder go through the planes.
-    const int64_t runs = job.vectorWidth > 0 ? (w - 2) / job.vectorWidth : 0;
+    // The vector kernel takes the interior of rows that hold a run of it; the edge columns, and
+    // narrower rows, go through the planes.
+    const bool vector = job.vectorWidth > 0 && w - 2 >= job.vectorWidth;
     for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
         // Columns [1, done) are written by the vector kernel.
-        const int64_t done = runs > 0 ? VectorInterior(job, i, runs, out) : 1;
+        const int64_t done = vector ? VectorInterior(job, i, out) : 1;
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }

@@ -197,14 +197,18 @@ TEST(BayerInterpolate, IntegerRuleEdgesU8) { CompareEdges<uint8_t>(qmeTypeU8, 12
 TEST(BayerInterpolate, IntegerRuleEdgesU16) { CompareEdges<uint16_t>(qmeTypeU16, 13); }
 
 // The reconstruction of `mosaic` into a destination that starts `offset` bytes past a cache line,
-// on every instruction set, against the model.
-template <class Sample>
-void CheckPlaced(const std::vector<Sample>& mosaic, uint32_t w, uint32_t h, const qm::BayerParams& p, size_t offset) {
+// from a copy that starts `sourceOffset` samples past one, on every instruction set, against the
+// model.
+template <class Sample> void CheckPlaced(const std::vector<Sample>& mosaic, uint32_t w, uint32_t h,
+                                         const qm::BayerParams& p, size_t offset, size_t sourceOffset = 0) {
     const Mosaic model{{mosaic.begin(), mosaic.end()}, w, h, Sums::Exact};
     std::vector<uint8_t> expected(3 * (size_t{w} * h + 8), kGuard);
     Interpolate(expected, model, p);
-    std::vector<Sample> source = mosaic;
-    QmdDataStruct src = qmtest::Describe(source, w, h, sizeof(Sample) == 1 ? qmeTypeU8 : qmeTypeU16);
+    std::vector<Sample> copy(mosaic.size() + 128 / sizeof(Sample));
+    Sample* const source =
+        copy.data() + (64 - reinterpret_cast<uintptr_t>(copy.data()) % 64) / sizeof(Sample) + sourceOffset;
+    std::copy(mosaic.begin(), mosaic.end(), source);
+    QmdDataStruct src{source, w, h, sizeof(Sample) == 1 ? qmeTypeU8 : qmeTypeU16, 1, {}};
     qmtest::OnEveryIsa([&](qm::Isa) {
         std::vector<uint8_t> buffer(expected.size() + 128, kGuard);
         uint8_t* const out = buffer.data() + (64 - reinterpret_cast<uintptr_t>(buffer.data()) % 64) + offset;
@@ -212,8 +216,10 @@ void CheckPlaced(const std::vector<Sample>& mosaic, uint32_t w, uint32_t h, cons
         const auto member = sizeof(Sample) == 1 ? qm::BayerInterpolate<uint8_t> : qm::BayerInterpolate<uint16_t>;
         ASSERT_EQ(member(&dst, &src, p), qm::Status::Ok);
         ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out))
-            << w << 'x' << h << " at +" << offset << " gains " << p.gain[0] << ' ' << p.gain[1] << ' ' << p.gain[2]
-            << " offset " << p.offset[0] << " shift " << p.shift << " phase " << p.phase;
+            << "first difference at byte "
+            << (std::mismatch(expected.begin(), expected.end(), out).first - expected.begin()) << ' ' << w << 'x' << h
+            << " at +" << offset << " from +" << sourceOffset << " gains " << p.gain[0] << ' ' << p.gain[1] << ' '
+            << p.gain[2] << " offset " << p.offset[0] << " shift " << p.shift << " phase " << p.phase;
     });
 }
 
@@ -243,9 +249,10 @@ TEST(BayerInterpolate, ByteTablesTakeEveryValue) {
 }
 
 // Widths around the 64-pixel run of 8-bit mosaics (66 is the first to take it) and multiples of it
-// and of the 32-pixel run of 16-bit ones, heights odd and even, every phase, destinations starting
-// anywhere within a cache line (the kernels store whole vectors wherever they fall), and the last
-// run of a row overlapping the one before it.
+// and of the 32-pixel run of 16-bit ones, heights odd and even, every phase, destinations and
+// sources starting anywhere within a cache line (the kernels store whole vectors wherever they
+// fall, and start their runs where a row's samples meet a cache line, after runs from column 1 that
+// overlap them), and the last run of a row overlapping the one before it.
 template <class Sample> void CompareRuns(uint64_t seed) {
     const CheckEveryValue budget;
     std::mt19937_64 rng(seed);
@@ -258,7 +265,7 @@ template <class Sample> void CompareRuns(uint64_t seed) {
                 for (uint16_t phase : {1, 2, 3, 4}) {
                     qm::BayerParams p = params[(offset + phase) % 2];
                     p.phase = phase;
-                    CheckPlaced(mosaic, w, h, p, offset);
+                    CheckPlaced(mosaic, w, h, p, offset, (offset + 11 * phase) % 64 / sizeof(Sample));
                 }
         }
 }
