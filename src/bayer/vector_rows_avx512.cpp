@@ -149,21 +149,22 @@ template <class Sample> struct SampleLanes {
         const V one = kBytes ? _mm512_set1_epi8(1) : _mm512_set1_epi16(1);
         const Sample* rows[3] = {p, c, n};
         Window window[3];
-        for (int r = 0; r < 3; ++r) window[r] = {Load(rows[r]), Load(rows[r] + 1), _mm512_setzero_si512()};
         for (int64_t g = 0, j = 1; g < groups; ++g, j += kLanes) {
-            const bool join = kBytes && g + 1 < groups;
+            // Whether this run's left and own vectors came from the run before, and whether the
+            // next run's come from this one.
+            const bool carried = kBytes && g > 0, join = kBytes && g + 1 < groups;
             V next[3];
             for (int r = 0; r < 3; ++r) {
+                if (!carried) window[r] = {Load(rows[r] + j - 1), Load(rows[r] + j), _mm512_setzero_si512()};
                 next[r] = join ? Load(rows[r] + j + kLanes) : _mm512_setzero_si512();
                 window[r].right = join ? Joined<1>(window[r].own, next[r]) : Load(rows[r] + j + 1);
             }
             V bgr[3];
             Values<Layout>(window[0], window[1], window[2], one, bgr);
             store(j, bgr);
-            for (int r = 0; r < 3; ++r)
-                window[r] =
-                    join ? Window{Joined<kLanes - 1>(window[r].own, next[r]), next[r], _mm512_setzero_si512()}
-                         : Window{Load(rows[r] + j + kLanes - 1), Load(rows[r] + j + kLanes), _mm512_setzero_si512()};
+            if (join)
+                for (int r = 0; r < 3; ++r)
+                    window[r] = {Joined<kLanes - 1>(window[r].own, next[r]), next[r], _mm512_setzero_si512()};
         }
     }
 };
