@@ -138,10 +138,10 @@ template <class Sample> struct SampleLanes {
     //
     // Byte runs load each row once, a vector a run: a window's left and right vectors are joined
     // from the run's vector and its neighbours', so the loads stay on whole cache lines where the
-    // row is aligned. Only the first run's left vectors and the last run's right ones are loaded as
-    // they are (the vectors past them could lie outside the source). This made the byte kernel
-    // 1.4-1.6 times as fast: it was bound by its loads across cache lines. 16-bit runs load their
-    // windows: they are bound by the channel rule's arithmetic, and joining measured no faster.
+    // row is aligned. Only the first run's window and the last run's right vectors are loaded as
+    // they are (the vectors past the last run could lie outside the source). This made the byte
+    // kernel 1.3-1.7 times as fast: it was bound by its loads across cache lines. 16-bit runs load
+    // their windows: they are bound by the channel rule's arithmetic, and joining measured no faster.
     template <RowLayout Layout, class Store> QM_INLINE static void Runs(const Sample* p, const Sample* c,
                                                                         const Sample* n, int64_t groups,
                                                                         Store&& store) noexcept {
