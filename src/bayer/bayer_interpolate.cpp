@@ -225,6 +225,29 @@ template <class Sample> QM_INLINE void ScalarColumns(const Job<Sample>& job, int
     }
 }
 
+// The edge pixels of row i (values `first` and `last`) through the byte tables or the integer
+// form the row's vector kernel used, which hold the exact rule for every value a mean of the
+// samples can take. False, writing nothing, where the kernel had neither.
+template <class Sample> QM_INLINE bool StoreEdges(const Job<Sample>& job, int64_t i, const int32_t first[3],
+                                                  const int32_t last[3], uint8_t* out) noexcept {
+    const int parity = static_cast<int>(i % 2);
+    uint8_t* const at[2] = {out, out + 3 * (job.mosaic.width - 1)};
+    const int32_t* const values[2] = {first, last};
+    if constexpr (std::is_same_v<Sample, uint8_t>)
+        if (job.byteRow[parity][0] != nullptr) {
+            for (int e = 0; e < 2; ++e)
+                for (int k = 0; k < 3; ++k) at[e][k] = job.tables.channel[k][values[e][k]];
+            return true;
+        }
+    if (job.fixedRow[parity][0] == nullptr) return false;
+    for (int e = 0; e < 2; ++e) {
+        at[e][0] = ApplyFixed(values[e][0], job.fixed.blue);
+        at[e][1] = ApplyFixed(values[e][1], job.fixed.green);
+        at[e][2] = ApplyFixed(values[e][2], job.fixed.red);
+    }
+    return true;
+}
+
 // Row 0, out of line like the edge columns, with planes of its own.
 template <class Sample> [[gnu::noinline]] void FirstRow(const Job<Sample>& job) noexcept {
     Planes v;
@@ -297,11 +320,13 @@ template <class Sample> QM_INLINE void ReconstructBody(const Job<Sample>& job) n
     // narrower rows, go through the planes.
     const bool vector = job.vectorWidth > 0 && w - 2 >= job.vectorWidth;
     for (int64_t i = 1; i + 1 < h; ++i, out += 3 * perRow) {
+        // Columns [1, done) are written by the vector kernel; where it wrote them with the rule in
+        // tables or its integer form, the edge pixels take that form too, else the planes.
         int32_t first[3], last[3];
         EdgePixel(m, i, 0, first);
         EdgePixel(m, i, w - 1, last);
-        // Columns [1, done) are written by the vector kernel.
         const int64_t done = vector ? VectorInterior(job, i, out) : 1;
+        if (done == w - 1 && StoreEdges(job, i, first, last, out)) continue;
         ScalarColumns<Sample>(job, i, first, last, done, out, v);
     }
 }
