@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -48,12 +49,37 @@ template <class S, class F> void BoundsForm(const unsigned char* src, size_t n, 
 }
 void ZeroForm(const unsigned char*, size_t n, double* v, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
+// Digits of 8- and 16-bit sources into destinations of their width (every count, 0 to 4, fits),
+// counted in lanes of that width: each vector is loaded and stored whole, with no widening.
+template <class S> QM_INLINE void CountDigitsNative(const unsigned char* src, size_t n, unsigned char* dst, size_t& i,
+                                                    bool& failed) noexcept {
+    typedef S VN __attribute__((vector_size(QM_VECTOR_BYTES)));
+    typedef std::make_signed_t<S> VM __attribute__((vector_size(QM_VECTOR_BYTES)));
+    constexpr size_t kN = QM_VECTOR_BYTES / sizeof(S);
+    VM bad{};
+    for (; i + kN <= n; i += kN) {
+        VN x;
+        std::memcpy(&x, src + i * sizeof(S), sizeof x);
+        bad |= x <= 0;
+        VM d = -(x >= 10);
+        d -= x >= 100;
+        if constexpr (sizeof(S) == 2) {
+            d -= x >= 1000;
+            d -= x >= 10000;
+        }
+        std::memcpy(dst + i * sizeof(S), &d, sizeof d);
+    }
+    for (size_t k = 0; k < kN; ++k) failed |= bad[k] != 0;
+}
+
 // Digits counted by comparisons with the powers of ten up to the source's largest value, in int32
 // lanes.
 template <class S, class D> bool CountDigits(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
     constexpr int kPowers = sizeof(S) == 1 ? 2 : sizeof(S) == 2 ? 4 : 9;
     VS bad{};
     size_t i = 0;
+    bool failed = false;
+    if constexpr (sizeof(S) == sizeof(D) && sizeof(S) <= 2) CountDigitsNative<S>(src, n, dst, i, failed);
     for (; i + kWide <= n; i += kWide) {
         const VS x = reinterpret_cast<VS>(LoadWide<S>(src + i * sizeof(S)));
         bad |= x <= 0;
@@ -62,7 +88,6 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
         for (int k = 1; k <= kPowers; ++k, power *= 10) d -= x >= static_cast<int32_t>(power);  // true is -1
         StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(d));
     }
-    bool failed = false;
     for (size_t k = 0; k < kWide; ++k) failed |= bad[k] != 0;
     for (; i < n; ++i) {
         const auto x = static_cast<double>(LoadAt<S>(src, i));
