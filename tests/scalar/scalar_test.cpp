@@ -419,6 +419,31 @@ TEST(ScalarExports, ProductsBeyondDoublePrecisionRoundOnceIntoFloats) {
     }
 }
 
+// Quotients of integers within a few doubles of a float midpoint, by divisors whose reciprocal
+// is off by nearly half its last bit (a quotient formed through such a reciprocal can miss the two
+// doubles around the true one, where only its last bits decide the float): elements near 2^31
+// over midpoints of 25 bits with the significand near 2, the divisors nudged by up to 3 bits each
+// way; each sign.
+TEST(ScalarDivide, QuotientsBesideFloatMidpointsRoundOnce) {
+    std::mt19937_64 rng(504);
+    std::vector<std::pair<double, double>> cases;  // element, divisor
+    while (cases.size() < 200) {
+        const double x = static_cast<double>((rng() >> 33) | (uint64_t{1} << 30));
+        const double midpoint = std::ldexp(static_cast<double>((uint64_t{1} << 25) - 1 - 2 * (rng() % 64)), 6);
+        const double a = std::bit_cast<double>(std::bit_cast<uint64_t>(x / midpoint) + rng() % 7 - 3);
+        if (std::fabs(std::fma(1.0 / a, a, -1.0)) >= 0.8 * 0x1p-53) cases.emplace_back(x, a);
+    }
+    int failures = 0;
+    qmtest::OnEveryIsa([&](qm::Isa) {
+        for (const auto& [x, a] : cases) {
+            const Bytes src = MakeSource(qm::kI32, {x, -x, x - 1, x + 1}, 0, rng);
+            failures +=
+                !Check(qm::kI32, src, qm::kF32, false, 504, a, 0) + !Check(qm::kI32, src, qm::kF32, false, 504, -a, 0);
+        }
+    });
+    EXPECT_EQ(failures, 0);
+}
+
 TEST(ScalarStatistics, MaximumAndMean) {
     std::vector<float> floats = {5, static_cast<float>(kNaN), 1};
     std::vector<uint32_t> words = {0xFFFFFFFFu, 1};
