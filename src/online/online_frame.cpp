@@ -95,7 +95,8 @@ void RunKernel(const FramePlan& plan, Reading reading, const KernelArgs& k, int3
         const float* flat = k.flat != nullptr ? k.flat + i0 : nullptr;
         const int32_t* dark = k.dark != nullptr ? k.dark + i0 : nullptr;
         if (flatDirect != nullptr) {
-            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), m, k.a, k.b, out);
+            flatDirect(k.src + i0 * pixelBytes, dark, flat != nullptr ? flat : kOnes.data(), flat == nullptr, m, k.a,
+                       k.b, out);
             if (stream) StreamCopy(k.out + i0 * os, scratch, m * os);
             continue;
         }

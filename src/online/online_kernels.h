@@ -33,9 +33,10 @@ using DirectFn = void (*)(const unsigned char* src, const int32_t* dark, size_t 
 // Frames of word and byte readers with a flat factor (1 for frames without one) and a final stage
 // other than the logarithm: base value, factor, stage and store (or accumulation) in registers;
 // vectors holding a base value of 2^29 or more take the exact product in lanes (lane by lane where
-// an integer output's product reaches 2^52).
-using FlatDirectFn = void (*)(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a,
-                              double b, unsigned char* out) noexcept;
+// an integer output's product reaches 2^52). `unit`: every factor is 1 (a frame without a flat
+// field, `flat` then holding ones), so the threshold and the clip skip the product.
+using FlatDirectFn = void (*)(const unsigned char* src, const int32_t* dark, const float* flat, bool unit, size_t n,
+                              double a, double b, unsigned char* out) noexcept;
 
 // The logarithm stage in place: each base value becomes a double that the output's store rule (or
 // accumulation) turns into the element the extended logarithm of its argument gives. `slack`

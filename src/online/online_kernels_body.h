@@ -199,16 +199,17 @@ template <Stage St, class D, bool kAcc>
 // wider value (32-bit readers, or a dark pixel) the exact product in lanes, and what those cannot
 // hold, with the last pixels, the exact product of WideFlatResult lane by lane. Colour pixels come
 // kWide at a time (their mean), as two vectors of int32 lanes.
-template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
-void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
-                unsigned char* out) noexcept {
+// kUnit: every flat factor is 1, and the product by it (exact) is left out.
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D, bool kUnit>
+QM_INLINE void FlatPass(const unsigned char* src, const int32_t* dark, const float* flat, size_t n, double a, double b,
+                        unsigned char* out) noexcept {
     // Pixels i to i + kLanes from their int32 lanes s.
     const auto lanes = [=](size_t i, VI s) QM_LAMBDA_INLINE {
         if constexpr (Dk == DarkRule::Wrap) s = SubInt(s, LoadVI(dark + i));
         VD v = ToDouble(s);
         if constexpr (Dk == DarkRule::Wide) v -= ToDouble(LoadVI(dark + i));                     // exact: 33 bits
         if constexpr (Id == ReaderId::U32 && Dk == DarkRule::Off) v = v < 0.0 ? v + 0x1p32 : v;  // read unsigned
-        const VD f = LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
+        const VD f = kUnit ? SplatVD(1.0) : LoadDouble<float>(reinterpret_cast<const unsigned char*>(flat + i));
         // Narrow: every base value within [-2^29, 2^29), told from the int32 lanes where they hold it
         // (an unsigned pixel below 2^29, a signed value plus 2^29 below 2^30).
         bool narrow;
@@ -263,6 +264,15 @@ void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat
     const size_t left = std::min(n - i, kLeft);  // n - i, always
     for (size_t k = 0; k < left; ++k) base[k] = BaseValue<Id, Dk>(src, dark, i + k);
     ExactPixels<St, D, kAcc>(base, flat + i, left, a, b, out + i * sizeof(D));
+}
+
+template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc, class D>
+void FlatDirect(const unsigned char* src, const int32_t* dark, const float* flat, bool unit, size_t n, double a,
+                double b, unsigned char* out) noexcept {
+    // Only frames with a threshold or a clip run here without a flat field.
+    if constexpr (St == Stage::Threshold || St == Stage::Clip)
+        if (unit) return FlatPass<Id, Dk, St, kAcc, D, true>(src, dark, flat, n, a, b, out);
+    FlatPass<Id, Dk, St, kAcc, D, false>(src, dark, flat, n, a, b, out);
 }
 
 template <ReaderId Id, DarkRule Dk, Stage St, bool kAcc> constexpr void SetFlatDirect(Kernels& k) noexcept {
