@@ -513,6 +513,17 @@ typedef int64_t VS64 __attribute__((vector_size(QM_VECTOR_BYTES)));
 // |v|: the sign bits cleared.
 QM_INLINE VD AbsVD(VD v) noexcept { return reinterpret_cast<VD>(reinterpret_cast<VU64>(v) & 0x7FFFFFFFFFFFFFFFull); }
 
+// Whether every lane of v lies strictly within (-limit, limit) (NaN does not): one compare into a
+// mask where the set has them.
+QM_INLINE bool AllWithin(VD v, double limit) noexcept {
+#if QM_VECTOR_BYTES == 64
+    const __m512d m = reinterpret_cast<__m512d>(v);
+    return _mm512_cmp_pd_mask(_mm512_abs_pd(m), _mm512_set1_pd(limit), _CMP_LT_OQ) == 0xFF;
+#else
+    return AllOf(AbsVD(v) < limit);
+#endif
+}
+
 // a b + c, rounded once where the set has the fused unit (AVX2 and AVX-512), twice on baseline;
 // a caller that needs the single rounding uses it only under __FMA__.
 QM_INLINE VD MulAdd(VD a, VD b, VD c) noexcept {

@@ -421,7 +421,7 @@ void ExactInLanes(const unsigned char* src, size_t n, double a, unsigned char* d
             StoreFloat(d, r);
         } else if (kEval == Eval::Exact32) {
             StoreInt<D>(d, TruncateToInt32(r));
-        } else if (AllOf((r > -kLanesReach) & (r < kLanesReach))) {
+        } else if (AllWithin(r, kLanesReach)) {
             StoreInt<D>(d, kLanesReach > 0x1p31 ? TruncateLow32(r) : TruncateToInt32(r));
         } else {
             alignas(64) double xs[kLanes];
