@@ -171,7 +171,7 @@ void Direct(const unsigned char* src, const int32_t* dark, size_t n, unsigned ch
 template <Stage St, class D> QM_INLINE bool WideProductLanes(VD v, VD f, double a, double b, VD& x) noexcept {
     const VD p = v * f;
     if constexpr (std::is_integral_v<D> && St != Stage::Threshold) {
-        if (!AllOf(AbsVD(p) < 0x1p52)) return false;
+        if (!AllWithin(p, 0x1p52)) return false;
     }
     const VD e = St == Stage::None ? VD{} : ProductError(v, f, p);
     const VD value = St == Stage::Threshold ? VD{} : std::is_same_v<D, double> ? p : ProductLanes::ToOdd(v, f);
@@ -306,7 +306,7 @@ bool Flat(double* v, const float* flat, size_t n) noexcept {
     // The first wide value decides: blocks of wide values (32-bit sources) stop at once.
     for (; i + kLanes <= n; i += kLanes) {
         const VD x = LoadVD(v + i);
-        if (!AllOf((x > -kNarrowLimit) & (x < kNarrowLimit))) return false;
+        if (!AllWithin(x, kNarrowLimit)) return false;
     }
     for (; i < n; ++i)
         if (!(v[i] > -kNarrowLimit && v[i] < kNarrowLimit)) return false;
