@@ -141,7 +141,8 @@ template <class Sample> struct SampleLanes {
     // row is aligned. Only the first run's window and the last run's right vectors are loaded as
     // they are (the vectors past the last run could lie outside the source). This made the byte
     // kernel 1.3-1.7 times as fast: it was bound by its loads across cache lines. 16-bit runs load
-    // their windows: they are bound by the channel rule's arithmetic, and joining measured no faster.
+    // their windows, and joining measured no faster there: they are bound by the means (without
+    // most of them a run took 40 % less time, without the channel rule 4 % less).
     template <RowLayout Layout, class Store> QM_INLINE static void Runs(const Sample* p, const Sample* c,
                                                                         const Sample* n, int64_t groups,
                                                                         Store&& store) noexcept {

@@ -49,6 +49,10 @@ template <class S, class F> void BoundsForm(const unsigned char* src, size_t n, 
 }
 void ZeroForm(const unsigned char*, size_t n, double* v, Constants) noexcept { std::memset(v, 0, n * sizeof(double)); }
 
+// Powers of ten a source type's values can reach: 10 and 100 for 8 bits, up to 10^4 for 16, 10^9
+// for 32.
+template <class S> inline constexpr int kDigitPowers = sizeof(S) == 1 ? 2 : sizeof(S) == 2 ? 4 : 9;
+
 // Digits of 8- and 16-bit sources into destinations of their width (every count, 0 to 4, fits),
 // counted in lanes of that width: each vector is loaded and stored whole, with no widening.
 template <class S> QM_INLINE void CountDigitsNative(const unsigned char* src, size_t n, unsigned char* dst, size_t& i,
@@ -61,12 +65,9 @@ template <class S> QM_INLINE void CountDigitsNative(const unsigned char* src, si
         VN x;
         std::memcpy(&x, src + i * sizeof(S), sizeof x);
         bad |= x <= 0;
-        VM d = -(x >= 10);
-        d -= x >= 100;
-        if constexpr (sizeof(S) == 2) {
-            d -= x >= 1000;
-            d -= x >= 10000;
-        }
+        VM d{};
+        int power = 10;
+        for (int k = 1; k <= kDigitPowers<S>; ++k, power *= 10) d -= x >= static_cast<S>(power);  // true is -1
         std::memcpy(dst + i * sizeof(S), &d, sizeof d);
     }
     for (size_t k = 0; k < kN; ++k) failed |= bad[k] != 0;
@@ -75,7 +76,6 @@ template <class S> QM_INLINE void CountDigitsNative(const unsigned char* src, si
 // Digits counted by comparisons with the powers of ten up to the source's largest value, in int32
 // lanes.
 template <class S, class D> bool CountDigits(const unsigned char* src, size_t n, unsigned char* dst) noexcept {
-    constexpr int kPowers = sizeof(S) == 1 ? 2 : sizeof(S) == 2 ? 4 : 9;
     VS bad{};
     size_t i = 0;
     bool failed = false;
@@ -85,7 +85,7 @@ template <class S, class D> bool CountDigits(const unsigned char* src, size_t n,
         bad |= x <= 0;
         VS d{};
         int64_t power = 10;
-        for (int k = 1; k <= kPowers; ++k, power *= 10) d -= x >= static_cast<int32_t>(power);  // true is -1
+        for (int k = 1; k <= kDigitPowers<S>; ++k, power *= 10) d -= x >= static_cast<int32_t>(power);  // true is -1
         StoreWide<D>(dst + i * sizeof(D), reinterpret_cast<VW>(d));
     }
     for (size_t k = 0; k < kWide; ++k) failed |= bad[k] != 0;
